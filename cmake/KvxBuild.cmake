@@ -1,0 +1,12 @@
+# Compiler settings shared by every target of the project.
+add_compile_options(-Wall -Wextra)
+if(KVX_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# kvx_shared_library(name ...sources): a shared library placed beside the others in bin/.
+function(kvx_shared_library name)
+  add_library(${name} SHARED ${ARGN})
+  set_target_properties(${name} PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+endfunction()
