@@ -1,0 +1,92 @@
+#pragma once
+// The framework's XML wrapper over pugixml. Texts are wide; the files are UTF-8.
+// Node objects handed out are owned by the caller; a node created with CreateNode and never
+// appended anywhere disappears from the document when its last handle is released.
+#include <pugixml.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kvx/framework/FrameworkExport.h"
+
+class KvxXMLDocument;
+class KvxXMLNodeList;
+
+class KVX_FRAMEWORK_API KvxXMLNode {
+ public:
+  KvxXMLNode(KvxXMLDocument* document, pugi::xml_node node);
+  ~KvxXMLNode();
+  KvxXMLNode(const KvxXMLNode&) = delete;
+  KvxXMLNode& operator=(const KvxXMLNode&) = delete;
+
+  std::wstring GetNodeName() const;
+  // Adds an attribute after the existing ones; false on an empty name.
+  bool AddAttribute(const std::wstring& name, const std::wstring& value);
+  // True when the attribute exists; its text goes to `value` (left untouched otherwise).
+  bool GetAttributeValue(const std::wstring& name, std::wstring& value) const;
+  // Replaces the element's text.
+  void SetNodeValue(const std::wstring& text);
+  // The element's text; empty when it has none.
+  std::wstring GetNodeValue() const;
+  // The element's text read as a base-10 integer; 0 when it is not one.
+  int GetNodeValueInInt() const;
+  // Moves `child` (a node of the same document) under this element, after the last child; false otherwise.
+  bool AppendNode(KvxXMLNode* child);
+  // The child elements called `name`, in document order (an empty list when there are none).
+  std::unique_ptr<KvxXMLNodeList> GetNodeList(const std::wstring& name) const;
+  // The first child element called `name`, or null.
+  std::unique_ptr<KvxXMLNode> SelectSingleNode(const std::wstring& name) const;
+  // The parent element, or null at the top of the document.
+  std::unique_ptr<KvxXMLNode> GetParentNode() const;
+
+  KvxXMLDocument* GetDocument() const { return document_; }
+  pugi::xml_node Raw() const { return node_; }
+
+ private:
+  KvxXMLDocument* document_;
+  pugi::xml_node node_;
+};
+
+class KVX_FRAMEWORK_API KvxXMLNodeList {
+ public:
+  KvxXMLNodeList(KvxXMLDocument* document, std::vector<pugi::xml_node> nodes);
+  int GetSize() const { return static_cast<int>(nodes_.size()); }
+  // Node `index`, or null when out of range.
+  std::unique_ptr<KvxXMLNode> GetItem(int index) const;
+
+ private:
+  KvxXMLDocument* document_;
+  std::vector<pugi::xml_node> nodes_;
+};
+
+class KVX_FRAMEWORK_API KvxXMLDocument {
+ public:
+  KvxXMLDocument();
+  ~KvxXMLDocument();
+  KvxXMLDocument(const KvxXMLDocument&) = delete;
+  KvxXMLDocument& operator=(const KvxXMLDocument&) = delete;
+
+  // Replaces the content with the file's; false with a one-line reason (file, line, problem) otherwise.
+  bool LoadFile(const std::wstring& path, std::wstring& error);
+  // Replaces the content with the UTF-8 text; false with a reason otherwise.
+  bool LoadText(const std::string& utf8, std::wstring& error);
+  // The document as UTF-8 text with an XML declaration, indented.
+  std::string ToText() const;
+  // Writes the document atomically; false (file untouched) with a reason otherwise.
+  bool SaveFile(const std::wstring& path, std::wstring& error) const;
+
+  // A new element belonging to this document, not yet placed anywhere.
+  std::unique_ptr<KvxXMLNode> CreateNode(const std::wstring& name);
+  // The document's root element, or null when it has none.
+  std::unique_ptr<KvxXMLNode> GetRootNode();
+  // Makes a new root element called `name` (replacing any content).
+  std::unique_ptr<KvxXMLNode> CreateRootNode(const std::wstring& name);
+
+  // Used by KvxXMLNode: true when `node` is a created node that was never placed.
+  bool IsParked(pugi::xml_node node) const;
+
+ private:
+  pugi::xml_node Staging();
+  pugi::xml_document doc_;
+};

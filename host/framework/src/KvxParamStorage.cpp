@@ -1,0 +1,23 @@
+#include "kvx/framework/KvxParamStorage.h"
+
+CKvxParamStorage::CKvxParamStorage(Type_e valueType, long id, KvxOperator_e op, KvxParamType_e paramType,
+                                   bool firstFlag, bool secondFlag)
+    : lId(id),
+      iOperator(op),
+      iParameterType(paramType),
+      bFirstFlag(firstFlag),
+      bSecondFlag(secondFlag),
+      m_valueType(valueType) {}
+
+CKvxParamStorage::~CKvxParamStorage() = default;
+
+void CKvxParamStorage::CopyDefinitionFrom(const CKvxParamStorage& other) {
+  csName = other.csName;
+  operatorOptions = other.operatorOptions;
+  csSymbol = other.csSymbol;
+  csUnit = other.csUnit;
+  iDisplay = other.iDisplay;
+  dSecondField = other.dSecondField;
+  dRangeMin = other.dRangeMin;
+  dRangeMax = other.dRangeMax;
+}
