@@ -5,26 +5,18 @@
 namespace kvx::params {
 
 namespace {
-const kvx::platform::ResourceLibrary* g_localized = nullptr;
-const kvx::platform::ResourceLibrary* g_english = nullptr;
+ModuleContext g_context;
 }  // namespace
 
-const kvx::platform::ResourceLibrary* LocalizedResources() { return g_localized; }
-const kvx::platform::ResourceLibrary* DefaultResources() { return g_english; }
-
-void RegisterModuleResources(const kvx::platform::ResourceLibrary* localized,
-                             const kvx::platform::ResourceLibrary* english) {
-  g_localized = localized;
-  g_english = english;
-}
+ModuleContext& Module() { return g_context; }
 
 std::wstring LoadLocalizedString(int id) {
-  kvx::platform::ResourceScope scope(g_localized);
+  kvx::platform::ResourceScope scope(g_context.localizedResources);
   return kvx::platform::LoadResString(id);
 }
 
 std::wstring LoadDefaultString(int id) {
-  kvx::platform::ResourceScope scope(g_english);
+  kvx::platform::ResourceScope scope(g_context.defaultResources);
   return kvx::platform::LoadResString(id);
 }
 

@@ -7,18 +7,9 @@
 #include <initializer_list>
 #include <string>
 
-namespace kvx::platform {
-class ResourceLibrary;
-}
+#include "kvx/params/ModuleContext.h"
 
 namespace kvx::params {
-
-// The module's localized and default (English) resource libraries; null until the module's start-up
-// registers them (and always null in a library that never does).
-const kvx::platform::ResourceLibrary* LocalizedResources();
-const kvx::platform::ResourceLibrary* DefaultResources();
-void RegisterModuleResources(const kvx::platform::ResourceLibrary* localized,
-                             const kvx::platform::ResourceLibrary* english);
 
 // String `id` from the localized library (made current for the load); empty when missing.
 std::wstring LoadLocalizedString(int id);
