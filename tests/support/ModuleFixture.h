@@ -1,0 +1,101 @@
+#pragma once
+// Test support: the module-wide context a rule sees inside the loaded module (resource libraries, the XML
+// document, the material workflow switch), set up without loading the module, plus a recorder for
+// message boxes. Header-only so every test area can use it.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kvx/framework/KvxUiServices.h"
+#include "kvx/framework/KvxXML.h"
+#include "kvx/params/ModuleContext.h"
+#include "kvx/platform/DynamicLibrary.h"
+#include "kvx/platform/Resources.h"
+#include "kvx/platform/Text.h"
+
+namespace kvx::test {
+
+// Records every message box instead of showing it.
+class MessageRecorder final : public IKvxMessageBoxService {
+ public:
+  struct Message {
+    std::wstring text;
+    std::wstring caption;
+    KvxMessageIcon icon;
+  };
+  MessageRecorder() : previous_(SetMessageBoxService(this)) {}
+  ~MessageRecorder() override { SetMessageBoxService(previous_); }
+  int Show(const std::wstring& text, const std::wstring& caption, KvxMessageIcon icon) override {
+    messages.push_back({text, caption, icon});
+    return KVX_IDOK;
+  }
+  std::vector<Message> messages;
+
+ private:
+  IKvxMessageBoxService* previous_;
+};
+
+// Path of a resource library built into this build tree ("english", "german").
+inline std::wstring ResourceLibraryPath(const std::string& language) {
+  return kvx::platform::Widen(std::string(KVX_BIN_DIR) + "/res/" + language + "/") +
+         kvx::platform::LibraryFileName(L"KVXIMRulesResu");
+}
+
+// Gives the module context the English resource library (as both libraries, or `localized` as the shown
+// one), a fresh XML document with a "RuleSet" root, and the workflow switch; restores everything after.
+class ModuleFixture : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    saved_ = kvx::params::Module();
+    english_ = kvx::platform::ResourceLibrary::Load(ResourceLibraryPath("english"));
+    ASSERT_TRUE(english_) << "the English resource library is not built";
+    document_ = std::make_unique<KvxXMLDocument>();
+    root_ = document_->CreateRootNode(L"RuleSet");
+    auto& module = kvx::params::Module();
+    module.applicationPresent = true;
+    module.xmlDocument = document_.get();
+    module.localizedResources = english_.get();
+    module.defaultResources = english_.get();
+    module.materialWorkflow = true;
+  }
+  void TearDown() override { kvx::params::Module() = saved_; }
+
+  // Shows texts from `language` while key names stay English.
+  void UseLocalizedLanguage(const std::string& language) {
+    localized_ = kvx::platform::ResourceLibrary::Load(ResourceLibraryPath(language));
+    ASSERT_TRUE(localized_);
+    kvx::params::Module().localizedResources = localized_.get();
+  }
+  // An English string, as the rules load it.
+  std::wstring En(int id) const { return english_->String(id).value_or(L""); }
+  void SetMaterialWorkflow(bool on) { kvx::params::Module().materialWorkflow = on; }
+
+  // Parses `xml` into the fixture's document (replacing it) and returns its first "Rule" element.
+  std::unique_ptr<KvxXMLNode> LoadRule(const std::string& xml) {
+    std::wstring error;
+    EXPECT_TRUE(document_->LoadText(xml, error)) << kvx::platform::Narrow(error);
+    root_ = document_->GetRootNode();
+    if (!root_) return nullptr;
+    if (root_->GetNodeName() == L"Rule") return document_->GetRootNode();
+    return root_->SelectSingleNode(L"Rule");
+  }
+  // Puts `rule` (a node created in the document) under the root and returns the document's text.
+  std::string Place(std::unique_ptr<KvxXMLNode> rule) {
+    root_ = document_->GetRootNode();
+    root_->AppendNode(rule.get());
+    return document_->ToText();
+  }
+
+  MessageRecorder messages_;
+  std::unique_ptr<kvx::platform::ResourceLibrary> english_;
+  std::unique_ptr<kvx::platform::ResourceLibrary> localized_;
+  std::unique_ptr<KvxXMLDocument> document_;
+  std::unique_ptr<KvxXMLNode> root_;
+
+ private:
+  kvx::params::ModuleContext saved_;
+};
+
+}  // namespace kvx::test
