@@ -174,6 +174,25 @@ std::vector<double>* CTypedParamStorage<kType>::GetDoubleValues() {
 }
 
 template <Type_e kType>
+std::vector<KvxValueView> CTypedParamStorage<kType>::DescribeValues() const {
+  std::vector<KvxValueView> views;
+  for (const auto& value : m_values) {
+    if constexpr (kType == KVX_TYPE_BOOL) {
+      views.emplace_back(static_cast<bool>(value));
+    } else if constexpr (kType == KVX_TYPE_STRING) {
+      views.emplace_back(value);
+    } else if constexpr (kType == KVX_TYPE_OPAQUE) {
+      views.emplace_back(std::monostate{});
+    } else if constexpr (kType == KVX_TYPE_STRING_LIST) {
+      if (value) views.emplace_back(*value); else views.emplace_back(std::monostate{});
+    } else {
+      views.emplace_back(static_cast<double>(value));
+    }
+  }
+  return views;
+}
+
+template <Type_e kType>
 void CTypedParamStorage<kType>::CleanUpBeforeWriting() {
   // A range operator with 1, 5, 7, 11, ... values loses them, in memory too: an odd test, kept exactly,
   // because stored rule sets were written by it.

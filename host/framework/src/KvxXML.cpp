@@ -52,6 +52,14 @@ bool KvxXMLNode::AppendNode(KvxXMLNode* child) {
   return static_cast<bool>(node_.append_move(child->node_));
 }
 
+bool KvxXMLNode::ReplaceChild(KvxXMLNode* newChild, KvxXMLNode* oldChild) {
+  if (!node_ || !newChild || !oldChild || oldChild->node_.parent() != node_) return false;
+  if (!node_.insert_move_before(newChild->node_, oldChild->node_)) return false;
+  node_.remove_child(oldChild->node_);
+  oldChild->node_ = pugi::xml_node();
+  return true;
+}
+
 std::unique_ptr<KvxXMLNodeList> KvxXMLNode::GetNodeList(const std::wstring& name) const {
   std::vector<pugi::xml_node> nodes;
   const std::string narrow = Narrow(name);

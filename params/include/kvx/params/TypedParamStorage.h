@@ -37,6 +37,7 @@ class CTypedParamStorage final : public CKvxParamStorage {
   void SetValueCount(int count) override { m_values.resize(count < 0 ? 0 : static_cast<size_t>(count)); }
   void ResetValues() override;
   std::vector<double>* GetDoubleValues() override;
+  std::vector<KvxValueView> DescribeValues() const override;
   // Null when the module has no XML document.
   std::unique_ptr<KvxXMLNode> GetParameterXML() override;
   void PopulateParameterFromXML(KvxXMLNode* ruleNode) override;

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "kvx/framework/FrameworkExport.h"
@@ -20,6 +21,10 @@ struct CriticalityPair {
 };
 // Criticality level (0 "Unknown", 1 "Warning", 2 "Info") -> deviation pair, in ascending level order.
 using CriticalityMap = std::map<std::int32_t, CriticalityPair>;
+
+// One value as a host sees it: nothing (a value with no text form, a null list), a number, a flag, a text or
+// a list of texts.
+using KvxValueView = std::variant<std::monostate, double, bool, std::wstring, std::vector<std::wstring>>;
 
 class KVX_FRAMEWORK_API CKvxParamStorage {
  public:
@@ -39,6 +44,8 @@ class KVX_FRAMEWORK_API CKvxParamStorage {
   virtual void ResetValues() = 0;
   // The values of a double parameter; null for every other value type.
   virtual std::vector<double>* GetDoubleValues() { return nullptr; }
+  // Every value in order, as a host shows it.
+  virtual std::vector<KvxValueView> DescribeValues() const = 0;
   // A new "Parameter" element for this parameter, or null when no element can be made.
   virtual std::unique_ptr<KvxXMLNode> GetParameterXML() = 0;
   // Fills this parameter from its "Parameter" child of `ruleNode`; unchanged when there is none.

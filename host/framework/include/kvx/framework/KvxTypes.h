@@ -1,6 +1,8 @@
 #pragma once
 // Enumerations and small value types shared by the framework, the rule modules and the host.
 #include <cstdint>
+#include <list>
+#include <string>
 
 // Value type of a parameter; fixes how its values are stored and turned into text.
 enum Type_e : std::int32_t {
@@ -69,6 +71,9 @@ struct RuleUnitSystemStructure {
   std::int32_t iLengthUnit = KVX_UNIT_MM;
   std::int32_t iAngleUnit = KVX_ANGLE_DEGREE;
 };
+
+// A list of texts, such as the material-database module names a host hands to a rule module.
+using KvxStringList = std::list<std::wstring>;
 
 // Dialog results.
 inline constexpr int KVX_IDOK = 1;

@@ -33,6 +33,8 @@ class KVX_FRAMEWORK_API KvxXMLNode {
   int GetNodeValueInInt() const;
   // Moves `child` (a node of the same document) under this element, after the last child; false otherwise.
   bool AppendNode(KvxXMLNode* child);
+  // Puts `newChild` where `oldChild` (a child of this element) stands and drops `oldChild`; false otherwise.
+  bool ReplaceChild(KvxXMLNode* newChild, KvxXMLNode* oldChild);
   // The child elements called `name`, in document order (an empty list when there are none).
   std::unique_ptr<KvxXMLNodeList> GetNodeList(const std::wstring& name) const;
   // The first child element called `name`, or null.

@@ -1,0 +1,87 @@
+#include "kvx/params/Spreadsheet.h"
+
+#include <cstdio>
+
+#include "SpreadsheetRoads.h"
+#include "kvx/params/ResourceText.h"
+#include "kvx/platform/DynamicLibrary.h"
+#include "kvx/platform/FileSystem.h"
+#include "kvx/platform/Paths.h"
+#include "kvx/platform/Resources.h"
+#include "kvx/platform/Text.h"
+
+namespace kvx::params {
+
+namespace {
+
+constexpr wchar_t kScratchLogName[] = L"KVX.log";
+
+// File names compare without case where these files come from, so "TABLE.XLSX" takes the helper too.
+bool HasXlsxExtension(const std::wstring& path) {
+  constexpr std::wstring_view kExtension = L".xlsx";
+  return path.size() >= kExtension.size() &&
+         kvx::platform::EqualsNoCase(std::wstring_view(path).substr(path.size() - kExtension.size()), kExtension);
+}
+
+std::wstring JoinNumbers(const std::vector<std::size_t>& numbers) {
+  std::wstring joined;
+  for (const std::size_t number : numbers) {
+    if (!joined.empty()) joined += L", ";
+    joined += fmt::sprintf(L"%d", number);
+  }
+  return joined;
+}
+
+}  // namespace
+
+namespace detail {
+
+std::int32_t& ModuleLastRow() {
+  static std::int32_t lastRow = 0;
+  return lastRow;
+}
+
+bool ReadThroughHelper(const std::wstring& library, const std::wstring& path,
+                       const std::vector<ColumnRequest>& requests, SpreadsheetTable& table, std::wstring& error) {
+  const auto helper = kvx::platform::DynamicLibrary::Load(library);
+  if (!helper) return false;
+  const auto read = helper->Function<kvx::sheet::ReadExcelAndFillTableColByColFn>(kvx::sheet::kHelperExportName);
+  if (!read) return false;
+  return read(path.c_str(), requests, table, error);
+}
+
+}  // namespace detail
+
+bool ReadSpreadsheet(const std::wstring& path, const std::vector<ColumnRequest>& requests,
+                     SpreadsheetTable& table, std::wstring& error) {
+  if (HasXlsxExtension(path)) {
+    const std::wstring helper = kvx::platform::LibraryFileName(kvx::sheet::kHelperLibraryName);
+    return detail::ReadThroughHelper(helper, path, requests, table, error);
+  }
+  return detail::ReadThroughWorkbookRoad(path, requests, table, error);
+}
+
+bool CheckSpreadsheetTable(const SpreadsheetTable& table, std::wstring& error) {
+  std::vector<std::size_t> emptyColumns;
+  for (std::size_t index = 0; index < table.size(); ++index)
+    if (table[index].empty()) emptyColumns.push_back(index + 1);
+  if (emptyColumns.empty()) return true;
+  // A translation whose placeholder does not fit gives a readable text rather than a crash.
+  error = FormatText(kvx::platform::LoadResString(kvx::sheet::kResEmptyColumns), JoinNumbers(emptyColumns));
+  return false;
+}
+
+std::int32_t SpreadsheetLastRow() { return detail::ModuleLastRow(); }
+
+int ProbeDirectoryWithLogFile(const std::wstring& directory) {
+  if (directory.empty() || !kvx::platform::DirectoryExists(directory)) return kNotADirectory;
+  // Joined with the platform's separator (a backslash on Windows).
+  const std::wstring logPath = kvx::platform::JoinPath(directory, kScratchLogName);
+  std::FILE* log = std::fopen(kvx::platform::Narrow(logPath).c_str(), "w");
+  if (!log) return kDirectoryNotWritable;
+  std::fclose(log);
+  kvx::platform::RemoveFile(logPath);
+  return kDirectoryWritable;
+}
+
+}  // namespace kvx::params
