@@ -1,0 +1,107 @@
+// The module's seven exports. Each runs with the localized resource library current (except the three
+// that load no text) and lets no exception out.
+#include "kvx/module/KVXIMRulesExports.h"
+
+#include "RuleCatalogue.h"
+#include "kvx/framework/KvxRule.h"
+#include "kvx/framework/KvxXML.h"
+#include "kvx/framework/RulePointerArray.h"
+#include "kvx/module/KVXIMRulesApp.h"
+#include "kvx/params/ModuleContext.h"
+#include "kvx/params/ResourceText.h"
+#include "kvx/platform/Resources.h"
+#include "kvx/platform/Text.h"
+
+#define KVX_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
+
+namespace {
+constexpr const wchar_t* kModuleKey = L"KvxIMRulesValidator";
+constexpr int kModuleDisplayName = 2042;
+constexpr int kModuleName = 2039;
+constexpr int kModuleSummary = 2040;
+
+// The application object lives as long as the library is loaded.
+CKVXIMRulesApp theApp;
+kvx::platform::ModuleApplicationLifetime theAppLifetime(theApp);
+
+const kvx::platform::ResourceLibrary* Localized() { return kvx::params::Module().localizedResources; }
+
+std::wstring ModuleAttribute(KvxXMLNode& node) {
+  std::wstring module;
+  node.GetAttributeValue(L"Module", module);
+  return module;
+}
+
+// Runs `body`, swallowing anything it throws: no exception may cross into the host.
+template <typename Body>
+void Guarded(Body&& body) noexcept {
+  try {
+    body();
+  } catch (...) {
+  }
+}
+}  // namespace
+
+KVX_MODULE_EXPORT void SetXMLDoc(KvxXMLDocument* doc) {
+  Guarded([&] {
+    kvx::params::Module().xmlDocument = doc;
+    kvx::platform::DynamicLibrary* common = GetCommonRulesLibrary();
+    if (!common) return;
+    if (auto forward = common->Function<SetXMLDocFn>("SetXMLDoc")) forward(doc);
+  });
+}
+
+KVX_MODULE_EXPORT void SetDBModuleList(const KvxStringList* modules) {
+  Guarded([&] {
+    CKVXIMRulesApp* app = GetModuleApp();
+    if (!app) return;
+    app->m_dbModuleList.clear();
+    if (modules) app->m_dbModuleList.assign(modules->begin(), modules->end());
+  });
+}
+
+KVX_MODULE_EXPORT void GetModuleName(std::wstring* out) {
+  Guarded([&] {
+    kvx::platform::ResourceScope scope(Localized());
+    if (out) *out = kvx::platform::LoadResString(kModuleName);
+  });
+}
+
+KVX_MODULE_EXPORT void GetModuleSummary(std::wstring* out) {
+  Guarded([&] {
+    kvx::platform::ResourceScope scope(Localized());
+    if (out) *out = kvx::platform::LoadResString(kModuleSummary);
+  });
+}
+
+KVX_MODULE_EXPORT void GetRule(KvxXMLNode* ruleNode, CKvxRule** out) {
+  Guarded([&] {
+    if (!ruleNode || !out) return;
+    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kModuleKey)) return;
+    kvx::platform::ResourceScope scope(Localized());
+    std::wstring name;
+    ruleNode->GetAttributeValue(L"Name", name);
+    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kModuleKey)) return;
+    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
+    kvx::module::BuildRuleByName(name, moduleDisplayName, ruleNode, out);
+    // Also when *out was set on entry: the object handed in reads the node. Kept as hosts rely on it.
+    if (*out) (*out)->PopulateParametersFromXML(ruleNode);
+  });
+}
+
+KVX_MODULE_EXPORT void GetAllRules(RulePointerArray* rules) {
+  Guarded([&] {
+    if (!GetModuleApp() || !rules) return;
+    kvx::platform::ResourceScope scope(Localized());
+    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
+    kvx::module::BuildAllRules(moduleDisplayName, *rules);
+  });
+}
+
+KVX_MODULE_EXPORT void DeleteRule(CKvxRule** rule) {
+  Guarded([&] {
+    if (!rule || !*rule) return;
+    delete *rule;
+    *rule = nullptr;
+  });
+}
