@@ -1,0 +1,57 @@
+// The helper library's one export: reads an .xlsx workbook column by column for the module.
+#include <type_traits>
+
+#include "kvx/platform/Resources.h"
+#include "kvx/spreadsheet/ColumnWalk.h"
+#include "kvx/spreadsheet/SheetAbi.h"
+#include "kvx/spreadsheet/XlsxSheet.h"
+
+namespace {
+
+using namespace kvx::sheet;
+
+// Sets `error` to resource text `id` without letting anything escape.
+void SetError(std::wstring& error, int id) noexcept {
+  try {
+    error = kvx::platform::LoadResString(id);
+  } catch (...) {
+    error.clear();
+  }
+}
+
+bool ReadWorkbook(const wchar_t* path, const std::vector<ColumnRequest>& requests, SheetTable& table,
+                  std::wstring& error) {
+  table.clear();
+  if (!path) {
+    SetError(error, kResFileCannotBeOpened);
+    return false;
+  }
+  XlsxOpenError openError = XlsxOpenError::None;
+  const auto sheet = XlsxSheet::Open(path, requests, openError);
+  if (!sheet) {
+    SetError(error, openError == XlsxOpenError::CannotOpen ? kResFileCannotBeOpened : kResFileNotReadable);
+    return false;
+  }
+  // The module keeps its own last row; the helper's is not handed back through the export.
+  std::int32_t lastRow = 0;
+  if (!ReadColumns(*sheet, requests, table, lastRow)) {
+    SetError(error, kResFileNotReadable);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) bool ReadExcelAndFillTableColByCol(
+    const wchar_t* path, const std::vector<ColumnRequest>& requests, SheetTable& table, std::wstring& error) noexcept {
+  try {
+    return ReadWorkbook(path, requests, table, error);
+  } catch (...) {  // out of memory on a huge sheet: a failure like any other, never an exception for the caller
+    SetError(error, kResFileNotReadable);
+    return false;
+  }
+}
+
+// The export must keep the shape the module calls it through.
+static_assert(std::is_convertible_v<decltype(&ReadExcelAndFillTableColByCol), ReadExcelAndFillTableColByColFn>);
