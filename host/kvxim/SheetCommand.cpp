@@ -1,0 +1,105 @@
+#include "SheetCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "kvx/params/Spreadsheet.h"
+#include "kvx/platform/DynamicLibrary.h"
+#include "kvx/platform/Paths.h"
+#include "kvx/platform/Resources.h"
+#include "kvx/platform/Text.h"
+
+namespace {
+
+using kvx::platform::Narrow;
+using kvx::platform::Widen;
+
+// The English resource texts beside the running program, when nobody made a resource library current:
+// without them every message of the reader would be an empty text.
+std::unique_ptr<kvx::platform::ResourceLibrary> LoadEnglishTextsIfNoneCurrent() {
+  if (kvx::platform::CurrentResourceLibrary()) return nullptr;
+  static const int anchor = 0;
+  const std::wstring folder = kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(&anchor));
+  if (folder.empty()) return nullptr;
+  const std::wstring english = kvx::platform::JoinPath(
+      kvx::platform::JoinPath(kvx::platform::JoinPath(folder, L"res"), L"english"),
+      kvx::platform::LibraryFileName(L"KVXIMRulesResu"));
+  return kvx::platform::ResourceLibrary::Load(english);
+}
+
+bool BuildRequests(const SheetCommandOptions& options, std::vector<kvx::params::ColumnRequest>& requests,
+                   std::ostream& err) {
+  if (options.kinds.size() > options.columns.size()) {
+    err << fmt::format("kvxim sheet: {} kinds given for {} columns\n", options.kinds.size(), options.columns.size());
+    return false;
+  }
+  for (std::size_t index = 0; index < options.columns.size(); ++index) {
+    const int kind = index < options.kinds.size() ? options.kinds[index] : 0;
+    requests.push_back({Widen(options.columns[index]), kind});
+  }
+  return true;
+}
+
+void WriteJson(const kvx::params::SpreadsheetTable& table, std::ostream& out) {
+  nlohmann::json columns = nlohmann::json::array();
+  for (const auto& column : table) {
+    nlohmann::json texts = nlohmann::json::array();
+    for (const auto& text : column) texts.push_back(Narrow(text));
+    columns.push_back(std::move(texts));
+  }
+  out << columns.dump() << "\n";
+}
+
+void WriteText(const std::vector<std::string>& letters, const kvx::params::SpreadsheetTable& table,
+               std::ostream& out) {
+  for (std::size_t index = 0; index < table.size(); ++index) {
+    out << fmt::format("Column {}: {} rows\n", letters[index], table[index].size());
+    for (std::size_t row = 0; row < table[index].size(); ++row)
+      out << fmt::format("  {:>6}  {}\n", row + 1, Narrow(table[index][row]));
+  }
+}
+
+}  // namespace
+
+int RunSheetCommand(const SheetCommandOptions& options, std::ostream& out, std::ostream& err) {
+  std::vector<kvx::params::ColumnRequest> requests;
+  if (!BuildRequests(options, requests, err)) return 1;
+  const auto english = LoadEnglishTextsIfNoneCurrent();
+  kvx::platform::ResourceScope texts(english.get());
+
+  kvx::params::SpreadsheetTable table;
+  std::wstring error;
+  if (!kvx::params::ReadSpreadsheet(Widen(options.file), requests, table, error)) {
+    const std::string reason = error.empty() ? "the file cannot be read as a spreadsheet" : Narrow(error);
+    err << fmt::format("kvxim sheet: {}: {}\n", options.file, reason);
+    return 1;
+  }
+  if (options.json)
+    WriteJson(table, out);
+  else
+    WriteText(options.columns, table, out);
+
+  std::wstring message;
+  if (kvx::params::CheckSpreadsheetTable(table, message)) return 0;
+  err << fmt::format("kvxim sheet: {}\n", message.empty() ? "a column is empty" : Narrow(message));
+  return 2;
+}
+
+void AddSheetCommand(CLI::App& app, int& exitCode) {
+  auto options = std::make_shared<SheetCommandOptions>();
+  CLI::App* sheet = app.add_subcommand(
+      "sheet", "Read columns of a spreadsheet (.xls, .xlsx) as the tolerance import does; exit 1 when the "
+               "file cannot be read, 2 when a column is empty");
+  sheet->add_option("FILE", options->file, "The spreadsheet file")->required();
+  sheet->add_option("--columns", options->columns, "Column letters, comma-separated")
+      ->delimiter(',')
+      ->capture_default_str();
+  sheet->add_option("--kinds", options->kinds, "Column kinds, comma-separated (4: fixed six-decimal numbers)")
+      ->delimiter(',');
+  sheet->add_flag("--json", options->json, "Print an array of columns, each an array of texts");
+  sheet->callback([options, &exitCode] { exitCode = RunSheetCommand(*options, std::cout, std::cerr); });
+}

@@ -1,0 +1,406 @@
+// The spreadsheet reader on both roads, the .xlsx helper library, the shared column walk, the table
+// check, the directory probe and `kvxim sheet`.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <zip.h>
+
+#include <CLI/CLI.hpp>
+#include <climits>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "SheetCommand.h"
+#include "kvx/params/Spreadsheet.h"
+#include "kvx/platform/DynamicLibrary.h"
+#include "kvx/platform/Resources.h"
+#include "kvx/platform/Text.h"
+#include "kvx/spreadsheet/ColumnWalk.h"
+#include "../../params/spreadsheet/src/SpreadsheetRoads.h"
+
+namespace fs = std::filesystem;
+using kvx::params::ColumnRequest;
+using kvx::params::SpreadsheetTable;
+using kvx::sheet::CellRead;
+using kvx::sheet::CellType;
+using kvx::sheet::CellValue;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+using Column = std::vector<std::wstring>;
+
+fs::path Sample(const char* name) { return fs::path(KVX_SOURCE_DIR "/tests/spreadsheet/data") / name; }
+std::wstring Wide(const fs::path& path) { return kvx::platform::Widen(path.string()); }
+const std::wstring kTestResources = kvx::platform::Widen(SHEET_TEST_RESOURCES);
+
+std::vector<ColumnRequest> Columns(std::initializer_list<const wchar_t*> letters, std::int32_t kind = 0) {
+  std::vector<ColumnRequest> requests;
+  for (const wchar_t* letter : letters) requests.push_back({letter, kind});
+  return requests;
+}
+
+// A fresh folder per test under the build's test output.
+fs::path ScratchFolder() {
+  const auto* info = testing::UnitTest::GetInstance()->current_test_info();
+  fs::path folder = fs::path(KVX_BIN_DIR).parent_path() / "test-output" / "spreadsheet" /
+                    (std::string(info->test_suite_name()) + "." + info->name());
+  fs::remove_all(folder);
+  fs::create_directories(folder);
+  return folder;
+}
+
+// Writes a zip archive with the given members, as another program would write a workbook.
+void WriteZip(const fs::path& path, const std::map<std::string, std::string>& members) {
+  int code = 0;
+  zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+  ASSERT_NE(archive, nullptr);
+  for (const auto& [name, content] : members) {
+    zip_source_t* source = zip_source_buffer(archive, content.data(), content.size(), 0);
+    ASSERT_GE(zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8), 0);
+  }
+  ASSERT_EQ(zip_close(archive), 0);
+}
+
+// Makes the stand-in resource library current, so each message reads "text <id>".
+class SpreadsheetTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    resources_ = kvx::platform::ResourceLibrary::Load(kTestResources);
+    ASSERT_NE(resources_, nullptr);
+    previous_ = kvx::platform::SetCurrentResourceLibrary(resources_.get());
+    SetEmptyColumnsFormat("Columns %s are empty");
+  }
+  void TearDown() override { kvx::platform::SetCurrentResourceLibrary(previous_); }
+
+  void SetEmptyColumnsFormat(const char* format) {
+    using SetFormatFn = void (*)(const char*);
+    const auto library = kvx::platform::DynamicLibrary::Load(kTestResources);
+    library->template Function<SetFormatFn>("SheetTestSetEmptyColumnsFormat")(format);
+  }
+
+  // Reads `path` and expects success.
+  SpreadsheetTable Read(const fs::path& path, const std::vector<ColumnRequest>& requests) {
+    SpreadsheetTable table;
+    std::wstring error;
+    EXPECT_TRUE(kvx::params::ReadSpreadsheet(Wide(path), requests, table, error)) << kvx::platform::Narrow(error);
+    return table;
+  }
+
+  // Reads `path` and returns the error text of the expected failure.
+  std::wstring Failure(const fs::path& path) {
+    SpreadsheetTable table{{L"stale"}};
+    std::wstring error;
+    EXPECT_FALSE(kvx::params::ReadSpreadsheet(Wide(path), Columns({L"A"}), table, error));
+    return error;
+  }
+
+  std::unique_ptr<kvx::platform::ResourceLibrary> resources_;
+  const kvx::platform::ResourceLibrary* previous_ = nullptr;
+};
+
+// --- Both roads read the same cells to the same texts -------------------------------------------
+
+class BothRoadsTest : public SpreadsheetTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(BothRoadsTest, LayoutSampleGivesTheSameTable) {
+  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"A", L"B", L"C", L"D", L"E", L"F"}));
+  ASSERT_EQ(table.size(), 6u);
+  EXPECT_THAT(table[0], ElementsAre(L"Over", L"0.0", L"3.0", L"6.5", L"10.0"));
+  EXPECT_THAT(table[1], ElementsAre(L"x", L"", L"2.5"));  // values in rows 1 and 3
+  EXPECT_THAT(table[2], IsEmpty());                       // its first ten cells are empty
+  EXPECT_EQ(table[3], Column({L"1.0", L"", L"", L"", L"", L"", L"", L"", L"", L"", L"2.0"}));
+  EXPECT_THAT(table[4], ElementsAre(L"100000.0", L"-3.0", L"1.25", L"0.0", L"123456.789"));
+  EXPECT_THAT(table[5], ElementsAre(L"\u00d8 10 \u00b5m", L" a ", L" "));
+
+  std::wstring error;
+  EXPECT_FALSE(kvx::params::CheckSpreadsheetTable(table, error));
+  EXPECT_EQ(error, L"Columns 3 are empty");
+}
+
+TEST_P(BothRoadsTest, KindFourGivesFixedNumbersAndKeepsTexts) {
+  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"E", L"A"}, kvx::sheet::kColumnKindFixed));
+  EXPECT_THAT(table[0], ElementsAre(L"100000.000000", L"-3.000000", L"1.250000", L"0.000000", L"123456.789000"));
+  EXPECT_THAT(table[1], ElementsAre(L"Over", L"0.000000", L"3.000000", L"6.500000", L"10.000000"));
+}
+
+TEST_P(BothRoadsTest, LettersThatAreNoColumnGiveEmptyColumns) {
+  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"", L"1", L"A1", L"b", L"ZZZZ"}));
+  ASSERT_EQ(table.size(), 5u);
+  EXPECT_THAT(table[0], IsEmpty());
+  EXPECT_THAT(table[1], IsEmpty());
+  EXPECT_THAT(table[2], IsEmpty());
+  EXPECT_THAT(table[3], ElementsAre(L"x", L"", L"2.5"));  // letters ignore case
+  EXPECT_THAT(table[4], IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, BothRoadsTest, testing::Values("layout.xlsx", "layout.xls"));
+
+// --- Choosing the road -------------------------------------------------------------------------
+
+TEST_F(SpreadsheetTest, ExtensionChoosesTheRoad) {
+  const fs::path folder = ScratchFolder();
+  // A workbook named ".xls" takes the workbook road, which cannot read a zip archive.
+  fs::copy_file(Sample("layout.xlsx"), folder / "book.xls");
+  EXPECT_EQ(Failure(folder / "book.xls"), L"text 2534");
+  // ".XLSX" in capitals still takes the helper.
+  fs::copy_file(Sample("layout.xlsx"), folder / "BOOK.XLSX");
+  EXPECT_THAT(Read(folder / "BOOK.XLSX", Columns({L"B"}))[0], ElementsAre(L"x", L"", L"2.5"));
+}
+
+TEST_F(SpreadsheetTest, WorkbookRoadSetsTheModuleLastRowAndTheHelperDoesNot) {
+  Read(Sample("layout.xls"), Columns({L"F"}));
+  EXPECT_EQ(kvx::params::SpreadsheetLastRow(), 14);  // rows 4 to 13 empty, 14 would be next
+  Read(Sample("layout.xls"), Columns({L"A"}));
+  EXPECT_EQ(kvx::params::SpreadsheetLastRow(), 16);
+  Read(Sample("layout.xlsx"), Columns({L"F"}));
+  EXPECT_EQ(kvx::params::SpreadsheetLastRow(), 16);
+}
+
+TEST_F(SpreadsheetTest, MissingHelperOrExportLeavesTheErrorUntouched) {
+  SpreadsheetTable table{{L"kept"}};
+  std::wstring error = L"before";
+  EXPECT_FALSE(kvx::params::detail::ReadThroughHelper(L"/no/such/libHelper.so", Wide(Sample("layout.xlsx")),
+                                                      Columns({L"A"}), table, error));
+  EXPECT_FALSE(kvx::params::detail::ReadThroughHelper(kTestResources, Wide(Sample("layout.xlsx")),
+                                                      Columns({L"A"}), table, error));
+  EXPECT_EQ(error, L"before");
+  EXPECT_THAT(table, ElementsAre(Column{L"kept"}));
+}
+
+// --- Damaged and missing files -------------------------------------------------------------------
+
+TEST_F(SpreadsheetTest, DamagedFilesGiveTheirErrorText) {
+  EXPECT_EQ(Failure(Sample("truncated.xlsx")), L"text 2534");
+  EXPECT_EQ(Failure(Sample("nosheet.xlsx")), L"text 2534");
+  EXPECT_EQ(Failure(Sample("empty.xlsx")), L"text 2534");
+  EXPECT_EQ(Failure(Sample("truncated.xls")), L"text 2534");
+  EXPECT_EQ(Failure(Sample("random.xls")), L"text 2534");
+  EXPECT_EQ(Failure(Sample("empty.xls")), L"text 2534");
+  EXPECT_EQ(Failure(Sample("missing.xlsx")), L"text 2532");
+  EXPECT_EQ(Failure(Sample("missing.xls")), L"text 2532");
+  EXPECT_EQ(Failure(Sample("")), L"text 2534");  // a folder
+}
+
+TEST_F(SpreadsheetTest, ReadingEmptiesTheTableFirst) {
+  SpreadsheetTable table{{L"stale"}, {L"stale"}};
+  std::wstring error;
+  ASSERT_TRUE(kvx::params::ReadSpreadsheet(Wide(Sample("layout.xls")), Columns({L"B"}), table, error));
+  EXPECT_THAT(table, ElementsAre(Column{L"x", L"", L"2.5"}));
+  ASSERT_TRUE(kvx::params::ReadSpreadsheet(Wide(Sample("layout.xlsx")), Columns({L"B"}), table, error));
+  EXPECT_THAT(table, ElementsAre(Column{L"x", L"", L"2.5"}));
+}
+
+// --- Workbooks written by other programs ---------------------------------------------------------
+
+constexpr const char* kRelationshipTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+
+std::map<std::string, std::string> ForeignWorkbook(const std::string& sheetXml) {
+  const std::string types = kRelationshipTypes;
+  return {
+      {"_rels/.rels",
+       R"(<?xml version="1.0"?><Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
+       R"(<Relationship Id="rId1" Type=")" + types + R"(/officeDocument" Target="/book/main.xml"/></Relationships>)"},
+      {"book/main.xml",
+       R"(<x:workbook xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main" xmlns:r=")" + types +
+           R"("><x:sheets><x:sheet name="Only" sheetId="7" r:id="s1"/></x:sheets></x:workbook>)"},
+      {"book/_rels/main.xml.rels",
+       R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
+       R"(<Relationship Id="s1" Type=")" + types + R"(/worksheet" Target="sheets/one.xml"/>)"
+       R"(<Relationship Id="t" Type=")" + types + R"(/sharedStrings" Target="../strings.xml"/></Relationships>)"},
+      {"strings.xml",
+       R"(<x:sst xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main">)"
+       R"(<x:si><x:t>plain</x:t></x:si>)"
+       R"(<x:si><x:r><x:t xml:space="preserve">rich </x:t></x:r><x:r><x:rPr><x:b/></x:rPr><x:t>text</x:t></x:r>)"
+       R"(<x:rPh sb="0" eb="1"><x:t>guide</x:t></x:rPh></x:si>)"
+       R"(<x:si><x:t>line_x000D_end &amp; more</x:t></x:si></x:sst>)"},
+      {"book/sheets/one.xml", sheetXml},
+  };
+}
+
+TEST_F(SpreadsheetTest, ForeignWorkbookWithPrefixesSharedStringsAndCellsWithoutReferences) {
+  const fs::path book = ScratchFolder() / "foreign.xlsx";
+  WriteZip(book, ForeignWorkbook(
+                     R"(<x:worksheet xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:sheetData>)"
+                     R"(<x:row><x:c t="s"><x:v>0</x:v></x:c><x:c t="s"><x:v>1</x:v></x:c>)"
+                     R"(<x:c t="inlineStr"><x:is><x:t>inline</x:t></x:is></x:c></x:row>)"
+                     R"(<x:row><x:c><x:v>4</x:v></x:c><x:c t="b"><x:v>1</x:v></x:c><x:c t="str"><x:v>formula</x:v></x:c></x:row>)"
+                     R"(<x:row><x:c t="s"><x:v>2</x:v></x:c><x:c t="e"><x:v>#DIV/0!</x:v></x:c><x:c><x:v>2.5E1</x:v></x:c></x:row>)"
+                     R"(<x:row r="5"><x:c r="C5" t="s"><x:v>99</x:v></x:c><x:c r="A5"><x:v>5</x:v></x:c></x:row>)"
+                     R"(<x:row r="4"><x:c r="A4"><x:v>4.5</x:v></x:c><x:c r="B4" s="3"/></x:row>)"
+                     R"(</x:sheetData></x:worksheet>)"));
+  const SpreadsheetTable table = Read(book, Columns({L"A", L"B", L"C"}));
+  EXPECT_THAT(table[0], ElementsAre(L"plain", L"4.0", L"line\rend & more", L"4.5", L"5.0"));
+  EXPECT_THAT(table[1], ElementsAre(L"rich text"));  // a boolean, an error and a styled blank read as empty
+  EXPECT_THAT(table[2], ElementsAre(L"inline", L"formula", L"25.0"));  // a bad string index reads as empty
+}
+
+TEST_F(SpreadsheetTest, ForeignWorkbookThatDoesNotHoldTogether) {
+  const fs::path folder = ScratchFolder();
+  WriteZip(folder / "badxml.xlsx", ForeignWorkbook("<x:worksheet><x:sheetData><x:row>"));
+  EXPECT_EQ(Failure(folder / "badxml.xlsx"), L"text 2534");
+  auto members = ForeignWorkbook("<worksheet/>");
+  members.erase("book/_rels/main.xml.rels");
+  WriteZip(folder / "norels.xlsx", members);
+  EXPECT_EQ(Failure(folder / "norels.xlsx"), L"text 2534");
+  members = ForeignWorkbook("<worksheet/>");
+  members["strings.xml"] = "<sst><si>";
+  WriteZip(folder / "badstrings.xlsx", members);
+  EXPECT_EQ(Failure(folder / "badstrings.xlsx"), L"text 2534");
+  // A sheet without cells is read, to empty columns.
+  WriteZip(folder / "blank.xlsx", ForeignWorkbook("<worksheet/>"));
+  EXPECT_THAT(Read(folder / "blank.xlsx", Columns({L"A"})), ElementsAre(IsEmpty()));
+}
+
+TEST_F(SpreadsheetTest, TheActiveSheetIsRead) {
+  EXPECT_THAT(Read(Sample("active.xlsx"), Columns({L"A"})), ElementsAre(Column{L"second sheet"}));
+}
+
+// --- The column walk with cells of every type -----------------------------------------------------
+
+// A sheet given cell by cell; rows after `lastRow` do not exist, reading `failingRow` fails.
+class ScriptedSheet : public kvx::sheet::CellSource {
+ public:
+  std::map<std::int32_t, CellValue> cells;
+  std::int32_t lastRow = INT_MAX;
+  std::int32_t failingRow = 0;
+  int reads = 0;
+
+  CellRead Read(const std::wstring&, std::int32_t row, CellValue& value) override {
+    ++reads;
+    if (row == failingRow) return CellRead::Failed;
+    if (row > lastRow) return CellRead::NoSuchCell;
+    const auto found = cells.find(row);
+    value = found == cells.end() ? CellValue{} : found->second;
+    return CellRead::Value;
+  }
+};
+
+TEST(ColumnWalkTest, IntegerAndSingleFloatCellsMoveOnLikeNumbers) {
+  ScriptedSheet sheet;
+  sheet.cells = {{1, {CellType::Int16, 5, {}}}, {2, {CellType::Float, 1.5, {}}}, {3, {CellType::Int32, 70000, {}}},
+                 {4, {CellType::Bool, 1, {}}},  {5, {CellType::Date, 0, {}}},   {6, {CellType::Error, 0, {}}},
+                 {7, {CellType::Text, 0, L"end"}}};
+  kvx::sheet::ColumnResult column;
+  std::int32_t lastRow = 0;
+  ASSERT_TRUE(kvx::sheet::ReadColumn(sheet, {L"A", 0}, column, lastRow));
+  EXPECT_THAT(column, ElementsAre(L"5.0", L"1.5", L"70000.0", L"", L"", L"", L"end"));
+  EXPECT_EQ(lastRow, 18);
+  EXPECT_EQ(sheet.reads, 17);
+}
+
+TEST(ColumnWalkTest, SheetEndAndReadFailure) {
+  ScriptedSheet sheet;
+  sheet.cells = {{1, {CellType::Double, 1, {}}}, {2, {CellType::Double, 2, {}}}};
+  sheet.lastRow = 2;
+  kvx::sheet::SheetTable table;
+  std::int32_t lastRow = -1;
+  ASSERT_TRUE(kvx::sheet::ReadColumns(sheet, {{L"A", 0}, {L"B", 4}}, table, lastRow));
+  EXPECT_THAT(table, ElementsAre(Column{L"1.0", L"2.0"}, Column{L"1.000000", L"2.000000"}));
+  EXPECT_EQ(lastRow, -1);  // the sheet ended before ten empty cells: the last row stays
+
+  sheet.failingRow = 2;
+  table.clear();
+  EXPECT_FALSE(kvx::sheet::ReadColumns(sheet, {{L"A", 0}}, table, lastRow));
+  EXPECT_THAT(table, IsEmpty());
+}
+
+// --- The table check -------------------------------------------------------------------------------
+
+TEST_F(SpreadsheetTest, CheckNamesEveryEmptyColumn) {
+  std::wstring error = L"untouched";
+  EXPECT_TRUE(kvx::params::CheckSpreadsheetTable({{L"1"}, {L"2"}}, error));
+  EXPECT_TRUE(kvx::params::CheckSpreadsheetTable({}, error));
+  EXPECT_EQ(error, L"untouched");
+  EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}, {}}, error));
+  EXPECT_EQ(error, L"Columns 1, 3, 4 are empty");
+}
+
+TEST_F(SpreadsheetTest, CheckSurvivesABadTranslation) {
+  std::wstring error;
+  SetEmptyColumnsFormat("Spalten %d %s %s leer");
+  EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}}, error));
+  EXPECT_THAT(kvx::platform::Narrow(error), HasSubstr("1, 3"));
+  kvx::platform::SetCurrentResourceLibrary(nullptr);  // no texts at all: an empty message, no crash
+  EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}}, error));
+  EXPECT_EQ(error, L"");
+}
+
+// --- The directory probe ---------------------------------------------------------------------------
+
+TEST_F(SpreadsheetTest, DirectoryProbe) {
+  const fs::path folder = ScratchFolder();
+  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder)), kvx::params::kDirectoryWritable);
+  EXPECT_FALSE(fs::exists(folder / "KVX.log"));
+  EXPECT_TRUE(fs::is_empty(folder));
+
+  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(L""), kvx::params::kNotADirectory);
+  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder / "missing")), kvx::params::kNotADirectory);
+  std::ofstream(folder / "file.txt") << "x";
+  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder / "file.txt")), kvx::params::kNotADirectory);
+  // The scratch file cannot be created where a folder of its name stands (a test that holds as root too).
+  fs::create_directories(folder / "busy" / "KVX.log");
+  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder / "busy")), kvx::params::kDirectoryNotWritable);
+  EXPECT_TRUE(fs::is_directory(folder / "busy" / "KVX.log"));
+}
+
+TEST(SpreadsheetFiltersTest, FiltersAreKeptExactly) {
+  EXPECT_STREQ(kvx::params::kSpreadsheetFileFilter, L"XLS Files (*.xls;*.xlsx)|*.xls; *.xlsx|");
+  EXPECT_STREQ(kvx::params::kPartAssemblyFileFilter, L"(*.prt.*;*.prt)|*.prt.*;*.prt |(*.asm.*;*.asm)|*.asm.*;*.asm||");
+}
+
+// --- kvxim sheet ---------------------------------------------------------------------------------------
+
+struct CommandRun {
+  int exitCode;
+  std::string out;
+  std::string err;
+};
+
+CommandRun RunSheet(SheetCommandOptions options) {
+  std::ostringstream out, err;
+  const int exitCode = RunSheetCommand(options, out, err);
+  return {exitCode, out.str(), err.str()};
+}
+
+TEST_F(SpreadsheetTest, SheetCommandPrintsColumnsAsJson) {
+  const CommandRun run = RunSheet({Sample("layout.xlsx").string(), {"A", "B", "E"}, {0, 0, 4}, true});
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_EQ(run.out,
+            R"([["Over","0.0","3.0","6.5","10.0"],["x","","2.5"],)"
+            R"(["100000.000000","-3.000000","1.250000","0.000000","123456.789000"]])"
+            "\n");
+  EXPECT_EQ(run.err, "");
+}
+
+TEST_F(SpreadsheetTest, SheetCommandReportsCheckAndReadFailures) {
+  CommandRun run = RunSheet({Sample("layout.xls").string(), {"B", "C"}, {}, false});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_EQ(run.out, "Column B: 3 rows\n       1  x\n       2  \n       3  2.5\nColumn C: 0 rows\n");
+  EXPECT_EQ(run.err, "kvxim sheet: Columns 2 are empty\n");
+
+  run = RunSheet({Sample("random.xls").string(), {"A"}, {}, true});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_THAT(run.err, HasSubstr("random.xls: text 2534"));
+
+  run = RunSheet({Sample("layout.xls").string(), {"A"}, {0, 4}, true});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("2 kinds given for 1 columns"));
+}
+
+TEST_F(SpreadsheetTest, SheetSubcommandParsesItsOptions) {
+  CLI::App app;
+  int exitCode = -1;
+  AddSheetCommand(app, exitCode);
+  testing::internal::CaptureStdout();
+  EXPECT_THROW(app.parse("sheet", false), CLI::ParseError);  // FILE is required
+  app.parse("sheet " + Sample("layout.xlsx").string() + " --columns B,F --json", false);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "[[\"x\",\"\",\"2.5\"],[\"\u00d8 10 \u00b5m\",\" a \",\" \"]]\n");
+  EXPECT_EQ(exitCode, 0);
+}
+
+}  // namespace
