@@ -1,0 +1,12 @@
+#include "Diagnostic.h"
+
+namespace kvx::rescomp {
+
+std::string Diagnostic::ToString() const {
+  std::string text = file;
+  if (line > 0) text += ":" + std::to_string(line);
+  text += kind == Kind::Error ? ": error: " : ": warning: ";
+  return text + message;
+}
+
+}  // namespace kvx::rescomp
