@@ -1,0 +1,124 @@
+#pragma once
+// Named ids of the strings in the resource libraries KVXIMRulesResu (resources/<language>/strings.txt).
+// The numbers are fixed: saved rule sets, the parameter XML and every translated table depend on them.
+// Texts marked "format" are printf-style formats; their arguments are wide strings given as %s,
+// in the order stated. Every id below exists in every language's table (the resource tests check it).
+
+namespace kvx::res {
+
+// ---- Length unit texts, by length unit code (code 5 has no text) -------------------------------
+constexpr int kUnitMillimetre = 2000;  // code 0
+constexpr int kUnitCentimetre = 2006;  // code 1
+constexpr int kUnitMetre = 2007;       // code 2
+constexpr int kUnitInch = 2010;        // code 3
+constexpr int kUnitFoot = 2011;        // code 4
+constexpr int kUnitAngstrom = 2003;    // code 6
+constexpr int kUnitNanometre = 2004;   // code 7
+constexpr int kUnitMicrometre = 2005;  // code 8
+constexpr int kUnitMil = 2009;         // code 9
+constexpr int kUnitMicroinch = 2008;   // code 10
+
+// ---- Angle unit texts, by angle unit code --------------------------------------------------------
+constexpr int kUnitDegree = 2012;                  // code 0
+constexpr int kUnitRadian = 2001;                  // code 1
+constexpr int kUnitDegreeMinute = 2002;            // code 2
+constexpr int kUnitDegreeMinuteSecond = 2013;      // code 3
+
+// ---- Severity names, by severity code (distinct texts: a name is turned back into its code) -----
+constexpr int kSeverityVeryLow = 2014;   // code 0
+constexpr int kSeverityLow = 2015;       // code 1
+constexpr int kSeverityMedium = 2016;    // code 2
+constexpr int kSeverityHigh = 2017;      // code 3
+constexpr int kSeverityVeryHigh = 2018;  // code 4
+
+// ---- Module ---------------------------------------------------------------------------------------
+constexpr int kModuleName = 2039;                // the module's display name (GetModuleName)
+constexpr int kModuleSummary = 2040;             // the module's one-line summary (GetModuleSummary)
+constexpr int kRuleModuleName = 2042;            // module display name handed to every rule
+constexpr int kOrEqualTo = 2043;                 // inserted after "less than"/"greater than"; starts with a space
+constexpr int kIllegalParameterDataType = 2044;  // message: a parameter's value type is outside 1..8
+constexpr int kDefaultConstraintName = 2827;     // name of the default constraint; "Default" in every language
+
+// ---- Rule names (key names come from the English library; the others are only shown) ------------
+constexpr int kBossBaseRadiusRuleName = 2056;
+constexpr int kBossTipRadiusRuleName = 2067;
+constexpr int kDraftAngleRuleName = 2115;
+constexpr int kRibParametersRuleName = 2090;
+constexpr int kUndercutDetectionRuleName = 2111;
+constexpr int kRibReinforcementRuleName = 2073;
+constexpr int kMaxCutoutAreaRuleName = 2078;
+constexpr int kMouldedWallThicknessRuleName = 2096;
+constexpr int kWallThicknessVariationRuleName = 2135;
+constexpr int kSuddenWallThicknessVariationRuleName = 2203;
+constexpr int kUniformThicknessRuleName = 2047;
+constexpr int kHoleDepthRuleName = 2345;
+constexpr int kBossDraftRuleName = 2464;
+constexpr int kRibTipThicknessRuleName = 2728;
+constexpr int kMouldingToleranceRuleName = 2515;
+constexpr int kCorePinDiameterRuleName = 2735;
+constexpr int kRibBaseRadiusRuleName = 2326;
+constexpr int kSpacingBetweenHolesRuleName = 2610;  // key name of the hole spacing rule (older rule sets use it)
+constexpr int kHoleSpacingRuleName = 2372;          // display name of the hole spacing rule
+constexpr int kUndercutInterferenceRuleName = 2182;       // older name of the undercut interference rule
+constexpr int kUndercutInterferenceCheckRuleName = 2285;  // its name today
+constexpr int kVariableDraftAngleRuleName = 2576;
+constexpr int kBossParametersRuleName = 2493;
+constexpr int kLipBottomRadiusRuleName = 2441;
+constexpr int kMinRibClearanceRuleName = 2062;
+
+// ---- Rule summaries ---------------------------------------------------------------------------------
+constexpr int kHoleDepthSummary = 2346;              // format: or-equal-to blind, blind value, or-equal-to through, through value
+constexpr int kBossDraftInnerWallSummary = 2465;     // format: or-equal-to, value, angle unit text
+constexpr int kBossDraftOuterWallSummary = 2466;     // format: or-equal-to, value, angle unit text
+constexpr int kRibTipThicknessSummary = 2729;        // format: operator text, value text, length unit text
+constexpr int kLipBottomRadiusSummary = 2442;        // format: or-equal-to, value
+constexpr int kMaxCutoutAreaSummary = 2080;          // format: or-equal-to, value, length unit text
+constexpr int kHoleSpacingSummary = 2373;            // format: or-equal-to, value
+constexpr int kMinRibClearanceSummary = 2063;        // format: or-equal-to, value
+constexpr int kRibReinforcementAreaSummary = 2074;   // format: or-equal-to, value, length unit text; ends the area piece
+constexpr int kRibReinforcementHeightSummary = 2104; // format: or-equal-to, value; follows the area piece directly
+constexpr int kMouldingToleranceSummary = 2521;      // plain text
+
+// ---- Operator texts of the rib tip thickness summary ------------------------------------------------
+constexpr int kOperatorAtLeast = 2491;   // operator 7
+constexpr int kOperatorMoreThan = 2482;  // operator 6
+constexpr int kOperatorRange = 2378;     // operator 1; followed by "<lower> to <upper>"
+
+// ---- Parameter names (each parameter's id is also the id of its name) ----------------------------
+constexpr int kBlindHoleDepthParam = 2347;     // hole depth rule: blind hole depth / diameter
+constexpr int kThroughHoleDepthParam = 2348;   // hole depth rule: through hole depth / diameter
+constexpr int kInnerWallDraftParam = 2468;     // boss draft rule: draft of the inner wall (ID)
+constexpr int kOuterWallDraftParam = 2469;     // boss draft rule: draft of the outer wall (OD)
+constexpr int kRibTipThicknessParam = 2730;    // rib tip thickness rule: tip thickness
+constexpr int kLipBottomRadiusParam = 2443;    // lip bottom radius rule: bottom radius / wall thickness
+constexpr int kCutoutAreaParam = 2081;         // maximum cut-out area rule: cut-out area / wall thickness
+constexpr int kHoleSpacingParam = 2374;        // hole spacing rule: hole spacing / wall thickness
+constexpr int kRibClearanceParam = 2061;       // minimum rib clearance rule: clearance between ribs
+constexpr int kRibAreaParam = 2077;            // rib reinforcement rule: area / wall thickness
+constexpr int kRibHeightParam = 2102;          // rib reinforcement rule: rib height / wall thickness
+constexpr int kToleranceOverParam = 2517;      // tolerance table column: band lower bound ("Over")
+constexpr int kToleranceUptoParam = 2518;      // tolerance table column: band upper bound ("Up to")
+constexpr int kToleranceAValueParam = 2519;    // tolerance table column: coefficient A
+constexpr int kToleranceBValueParam = 2520;    // tolerance table column: coefficient B
+
+// ---- Moulding tolerance dialog ------------------------------------------------------------------------
+constexpr int kSelectMaterialFirst = 2215;         // message: rows typed while no material is selected
+constexpr int kAddMaterialRow = 2219;              // last row of the material list; typing a name there adds it
+constexpr int kToleranceValueNotPositive = 2455;   // message: Up to, A value or B value not greater than 0
+constexpr int kPlaceholderRow = 2523;              // first cell of a row that cannot be deleted
+constexpr int kMaterialAlreadyListed = 2524;       // format: material name
+constexpr int kIncompleteToleranceRow = 2529;      // message: a row with some but not all cells filled
+constexpr int kNominalDimensionCaption = 2542;     // caption, followed by "(<unit>)"
+constexpr int kToleranceCaption = 2543;            // caption, followed by "(<unit>)"
+
+// ---- Spreadsheet reading ------------------------------------------------------------------------------
+constexpr int kSpreadsheetOpenFailed = 2532;       // the file could not be opened
+constexpr int kSpreadsheetAppNotStarted = 2533;    // the spreadsheet reader could not be started
+constexpr int kSpreadsheetAppMissing = 2534;       // no spreadsheet reader is available
+constexpr int kSpreadsheetEmptyColumns = 2535;     // format: the empty columns' numbers joined by ", "
+
+// ---- Database directory check --------------------------------------------------------------------
+constexpr int kDatabaseDirNotUsable = 2856;  // the directory or its files cannot be written
+constexpr int kDatabaseDirUsable = 2857;     // the directory and its files can be written
+
+}  // namespace kvx::res
