@@ -1,0 +1,47 @@
+#pragma once
+// The reference host's hold on the rule module: the module library loaded at run time with its seven
+// exports, the material database library loaded beside it, and the rule-set document handed to it.
+#include <memory>
+#include <string>
+
+#include "kvx/framework/KvxXML.h"
+#include "kvx/module/KVXIMRulesExports.h"
+#include "kvx/platform/DynamicLibrary.h"
+#include "kvx_db/KVXDataHelper.h"
+
+namespace kvxim {
+
+class ModuleHost {
+ public:
+  // Loads the database library and the module from `folder` (the folder of kvxim unless KVX_MODULE_DIR is
+  // set), opens the database `databasePath` (the default one when empty), and calls SetXMLDoc and
+  // SetDBModuleList. Null with a one-line reason when the module or one of its exports is missing; a
+  // database that cannot be used only yields `warning` (the tolerance rule then has an empty table).
+  static std::unique_ptr<ModuleHost> Load(const std::wstring& databasePath, std::wstring& error,
+                                          std::wstring& warning);
+  ~ModuleHost();
+
+  KvxXMLDocument& Document() { return *document_; }
+  // The database helper, or null when the database library is missing.
+  kvx_db::KVXDataHelper* Database() const { return database_; }
+
+  SetXMLDocFn SetXMLDoc = nullptr;
+  SetDBModuleListFn SetDBModuleList = nullptr;
+  GetModuleNameFn GetModuleName = nullptr;
+  GetModuleSummaryFn GetModuleSummary = nullptr;
+  GetRuleFn GetRule = nullptr;
+  GetAllRulesFn GetAllRules = nullptr;
+  DeleteRuleFn DeleteRule = nullptr;
+
+ private:
+  ModuleHost() = default;
+  std::unique_ptr<kvx::platform::DynamicLibrary> databaseLibrary_;
+  std::unique_ptr<kvx::platform::DynamicLibrary> module_;
+  kvx_db::KVXDataHelper* database_ = nullptr;
+  std::unique_ptr<KvxXMLDocument> document_;
+};
+
+// The folder kvxim runs from.
+std::wstring HostFolder();
+
+}  // namespace kvxim

@@ -1,0 +1,88 @@
+#include "RuleView.h"
+
+#include "kvx/framework/KvxRule.h"
+#include "kvx/platform/Text.h"
+
+namespace kvxim {
+
+namespace {
+using nlohmann::ordered_json;
+using kvx::platform::Narrow;
+
+ordered_json ValueToJson(const KvxValueView& value) {
+  return std::visit(
+      [](const auto& v) -> ordered_json {
+        using V = std::decay_t<decltype(v)>;
+        if constexpr (std::is_same_v<V, std::monostate>) {
+          return nullptr;
+        } else if constexpr (std::is_same_v<V, std::wstring>) {
+          return Narrow(v);
+        } else if constexpr (std::is_same_v<V, std::vector<std::wstring>>) {
+          ordered_json list = ordered_json::array();
+          for (const auto& text : v) list.push_back(Narrow(text));
+          return list;
+        } else {
+          return v;
+        }
+      },
+      value);
+}
+
+ordered_json ParameterToJson(const CKvxParamStorage& parameter) {
+  ordered_json values = ordered_json::array();
+  for (const auto& value : parameter.DescribeValues()) values.push_back(ValueToJson(value));
+  return {
+      {"id", parameter.lId},
+      {"name", Narrow(parameter.csName)},
+      {"valueType", static_cast<int>(parameter.GetValueType())},
+      {"operator", parameter.iOperator},
+      {"operatorOptions", parameter.operatorOptions},
+      {"parameterType", parameter.iParameterType},
+      {"values", values},
+      {"status", parameter.bStatus},
+      {"enabled", parameter.IsEnabled()},
+      {"remarks", Narrow(parameter.csRemarks)},
+      {"symbol", Narrow(parameter.csSymbol)},
+      {"unit", Narrow(parameter.csUnit)},
+  };
+}
+
+template <typename Parameters>
+ordered_json ParametersToJson(const Parameters& parameters) {
+  ordered_json list = ordered_json::array();
+  for (const auto& parameter : parameters) list.push_back(ParameterToJson(*parameter));
+  return list;
+}
+}  // namespace
+
+ordered_json RuleToJson(const CKvxRule* rule) {
+  if (!rule) return nullptr;
+  ordered_json constraints = ordered_json::array();
+  for (const auto& constraint : rule->Constraints()) {
+    constraints.push_back({{"name", Narrow(constraint->csName)},
+                           {"kind", constraint->iType},
+                           {"status", constraint->bStatus},
+                           {"secondFlag", constraint->bSecondFlag},
+                           {"parameters", ParametersToJson(constraint->Parameters())}});
+  }
+  return {
+      {"name", Narrow(rule->m_csRuleName)},
+      {"displayName", Narrow(rule->m_csDisplayName)},
+      {"id", rule->m_iRuleId},
+      {"category", static_cast<int>(rule->m_category)},
+      {"severity", rule->m_lRuleSeverity},
+      {"status", rule->m_lRuleStatus},
+      {"lifeStatus", rule->m_lLifeStatus},
+      {"module", Narrow(rule->m_csModuleName)},
+      {"summary", Narrow(rule->m_csSummary)},
+      {"units", {{"length", rule->m_unitSystem.iLengthUnit}, {"angle", rule->m_unitSystem.iAngleUnit}}},
+      {"parameters", ParametersToJson(rule->Parameters())},
+      {"constraints", constraints},
+  };
+}
+
+std::string RuleToLine(const CKvxRule& rule) {
+  return std::to_string(rule.m_iRuleId) + "  " + Narrow(rule.m_csRuleName) + ": " + Narrow(rule.m_csSummary);
+}
+
+}  // namespace kvxim

@@ -1,0 +1,124 @@
+// Start-up of the application object: resource folders, fallbacks, and the language routines.
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "ModuleLoader.h"
+#include "kvx/module/KVXIMRulesApp.h"
+#include "kvx/params/ModuleContext.h"
+#include "kvx/platform/Settings.h"
+
+namespace kvx::test {
+namespace {
+
+const std::string kResourceRoot = std::string(KVX_BIN_DIR) + "/res";
+
+class Startup : public ::testing::Test {
+ protected:
+  void TearDown() override { app.ExitInstance(); }
+  CKVXIMRulesApp app;
+  ScopedEnv root{"KVX_RESOURCE_ROOT", kResourceRoot.c_str()};
+};
+
+TEST_F(Startup, LoadsTheChosenLanguageBesideEnglish) {
+  ScopedEnv language("KVX_LANGUAGE", "german");
+  ASSERT_TRUE(app.InitInstance());
+  EXPECT_EQ(app.m_csLanguage, L"german");
+  ASSERT_TRUE(app.m_hLocalizedResource);
+  ASSERT_TRUE(app.m_hDefaultResource);
+  EXPECT_EQ(app.LoadDefaultString(2345), L"Hole Depth to Diameter Ratio");
+  EXPECT_NE(app.m_hLocalizedResource->String(2345), app.m_hDefaultResource->String(2345));
+  EXPECT_EQ(app.m_csHelpFilePath, platform::Widen(kResourceRoot) + L"/german/korvex.chm");
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), app.m_hLocalizedResource.get());
+  EXPECT_EQ(GetModuleApp(), &app);
+  EXPECT_TRUE(kvx::params::Module().applicationPresent);
+  EXPECT_TRUE(kvx::params::Module().materialWorkflow);  // on by default, for the module's whole life
+}
+
+TEST_F(Startup, MissingLocalizedLibraryFallsBackToEnglish) {
+  ScopedEnv language("KVX_LANGUAGE", "klingon");
+  ASSERT_TRUE(app.InitInstance());
+  EXPECT_EQ(app.m_csLanguage, L"english");
+  ASSERT_TRUE(app.m_hLocalizedResource);
+  EXPECT_EQ(app.m_csResourceFolder, platform::Widen(kResourceRoot) + L"/english");
+  EXPECT_EQ(app.m_csHelpFilePath, platform::Widen(kResourceRoot) + L"/english/korvex.chm");
+  // The path tried first is kept even after the fallback.
+  EXPECT_EQ(app.m_csResourceLibraryPath, platform::Widen(kResourceRoot) + L"/klingon/libKVXIMRulesResu.so");
+}
+
+TEST_F(Startup, MissingDefaultLibraryLeavesTextsEmpty) {
+  ScopedEnv nowhere("KVX_RESOURCE_ROOT", "/nonexistent/kvx-resources");
+  ASSERT_TRUE(app.InitInstance());
+  EXPECT_FALSE(app.m_hLocalizedResource);
+  EXPECT_FALSE(app.m_hDefaultResource);
+  EXPECT_EQ(app.LoadDefaultString(2345), L"");
+  EXPECT_EQ(GetModuleApp(), &app);  // start-up still succeeds
+}
+
+TEST_F(Startup, ExitInstanceReleasesEverything) {
+  ASSERT_TRUE(app.InitInstance());
+  app.ExitInstance();
+  EXPECT_FALSE(app.m_hLocalizedResource);
+  EXPECT_FALSE(app.m_hDefaultResource);
+  EXPECT_EQ(GetModuleApp(), nullptr);
+  EXPECT_EQ(GetCommonRulesLibrary(), nullptr);
+  EXPECT_FALSE(kvx::params::Module().applicationPresent);
+}
+
+TEST_F(Startup, MaterialWorkflowReaderNeedsExactlyOne) {
+  const std::pair<const char*, bool> cases[] = {{"1", true}, {"1 ", false}, {"yes", false}, {"", false}};
+  for (const auto& [value, expected] : cases) {
+    ScopedEnv workflow("ENABLE_MATERIAL_WORKFLOW", value);
+    app.ReadMaterialWorkflowSwitch();
+    EXPECT_EQ(app.m_bMaterialWorkflow, expected) << '"' << value << '"';
+    EXPECT_EQ(kvx::params::Module().materialWorkflow, expected);
+  }
+  ScopedEnv unset("ENABLE_MATERIAL_WORKFLOW", nullptr);
+  app.ReadMaterialWorkflowSwitch();
+  EXPECT_FALSE(app.m_bMaterialWorkflow);
+}
+
+class LanguageFromSettings : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = std::filesystem::temp_directory_path() / ("kvx-settings-" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder_);
+    settings_ = std::make_unique<ScopedEnv>("KVX_SETTINGS_DIR", folder_.c_str());
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+  void Set(const std::wstring& key, const std::wstring& value, int number) {
+    ASSERT_TRUE(platform::WriteSettingNumber(platform::SettingsHive::CurrentUser, key, value, number));
+  }
+  std::filesystem::path folder_;
+  std::unique_ptr<ScopedEnv> settings_;
+  const std::wstring addin_ = L"SOFTWARE\\Tarvell\\QPL_PRODUCT\\Korvex\\Add-in";
+};
+
+TEST_F(LanguageFromSettings, FollowsTheOptionThenTheHostThenTheUser) {
+  ScopedEnv locale("LC_ALL", "de_DE.UTF-8");
+  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"german");  // absent: follow the host, then the user
+  Set(addin_, L"OptionsLanguage", 1);
+  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"german");
+  Set(L"SOFTWARE\\Solidworks\\SolidWorks 2008\\General", L"Use English language", 1);
+  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"english");
+  Set(addin_, L"OptionsLanguage", 0);
+  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"english");
+  Set(addin_, L"OptionsLanguage", 1036);
+  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"french");
+  Set(addin_, L"OptionsLanguage", 3082);  // only the listed identifiers map
+  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"english");
+}
+
+TEST_F(LanguageFromSettings, LocaleNameDependsOnTheHint) {
+  ScopedEnv locale("LC_ALL", "zh_CN.UTF-8");
+  CKVXIMRulesApp app;
+  app.m_csLanguageHint = L"chinese-simplified";
+  EXPECT_EQ(app.LocaleNameForLanguage(), L"zh_CN");
+  app.m_csLanguageHint = L"japanese";
+  EXPECT_EQ(app.LocaleNameForLanguage(), L"japanese");
+  app.m_csLanguageHint = L"german";
+  EXPECT_EQ(app.LocaleNameForLanguage(), L"english");
+}
+
+}  // namespace
+}  // namespace kvx::test
