@@ -1,0 +1,185 @@
+// kvxim as a user runs it: commands, their output, and what bad input gives.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+struct Result {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+class Kvxim : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("kvxim-test-" + std::to_string(getpid()) + "-" +
+                                          ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(folder_);
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  // Runs kvxim with `args` (a shell-quoted text) and an empty material database folder of its own.
+  Result Run(const std::string& args) {
+    const fs::path out = folder_ / "stdout", err = folder_ / "stderr";
+    const std::string command = "KVX_MATERIAL_DB='" + (folder_ / "materials.sqlite").string() + "' " +
+                                std::string(KVX_BIN_DIR) + "/kvxim " + args + " >'" + out.string() + "' 2>'" +
+                                err.string() + "' </dev/null";
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
+  }
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  void Write(const std::string& name, const std::string& text) { std::ofstream(folder_ / name) << text; }
+
+  fs::path folder_;
+};
+
+const json* FindRule(const json& rules, int id) {
+  for (const auto& rule : rules) {
+    if (!rule.is_null() && rule["id"] == id) return &rule;
+  }
+  return nullptr;
+}
+
+const json* FindParameter(const json& rule, int id) {
+  for (const auto& parameter : rule["parameters"]) {
+    if (parameter["id"] == id) return &parameter;
+  }
+  return nullptr;
+}
+
+TEST_F(Kvxim, RulesListsTheFreshRuleSetAsJson) {
+  const Result result = Run("rules --json");
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const json rules = json::parse(result.out);
+  ASSERT_EQ(rules.size(), 20u);
+  EXPECT_EQ(rules[0]["id"], 12010);
+  EXPECT_EQ(rules[19]["id"], 12180);
+  for (const auto& rule : rules) {
+    EXPECT_EQ(rule["category"], 9);
+    EXPECT_EQ(rule["module"], "KvxIMRulesValidator");
+  }
+  const json* hole = FindRule(rules, 12150);
+  ASSERT_NE(hole, nullptr);
+  EXPECT_EQ((*FindParameter(*hole, 2347))["values"], json::array({2.0}));
+  EXPECT_EQ((*FindParameter(*hole, 2348))["values"], json::array({4.0}));
+  EXPECT_EQ((*FindParameter(*hole, 2347))["operator"], 5);
+  const json* ribTip = FindRule(rules, 12220);
+  ASSERT_NE(ribTip, nullptr);
+  EXPECT_EQ((*FindParameter(*ribTip, 2730))["values"], json::array({0.8, 1.5}));
+  EXPECT_EQ((*FindParameter(*ribTip, 2730))["operatorOptions"], json::array({7, 6, 1}));
+}
+
+TEST_F(Kvxim, NewThenShowRoundTripsEveryRule) {
+  ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
+  const Result fresh = Run("rules --json");
+  const Result shown = Run("show " + Path("set.xml") + " --json");
+  ASSERT_EQ(shown.exitCode, 0) << shown.err;
+  const json before = json::parse(fresh.out);
+  const json after = json::parse(shown.out);
+  ASSERT_EQ(after.size(), before.size());
+  for (size_t i = 0; i < before.size(); ++i) {
+    EXPECT_EQ(after[i]["name"], before[i]["name"]);
+    EXPECT_EQ(after[i]["id"], before[i]["id"]);
+    EXPECT_EQ(after[i]["parameters"], before[i]["parameters"]) << before[i]["name"];
+  }
+  const std::string xml = ReadFile(Path("set.xml"));
+  EXPECT_NE(xml.find("<RuleSet Unit=\"0\" AngularUnit=\"0\">"), std::string::npos);
+  EXPECT_NE(xml.find("<Rule Name=\"Hole Depth to Diameter Ratio\" Status=\"0\" LifeStatus="), std::string::npos);
+}
+
+TEST_F(Kvxim, ShowGivesNullForRulesItCannotBuild) {
+  Write("set.xml",
+        "<RuleSet Unit=\"0\" AngularUnit=\"0\"><Rule Name=\"Lip Bottom Radius\" Module=\"KvxIMRulesValidator\"/>"
+        "<Rule Name=\"Hole Spacing\" Module=\"KvxIMRulesValidator\"/><Rule Name=\"x\" Module=\"Other\"/></RuleSet>");
+  const Result result = Run("show " + Path("set.xml") + " --json");
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const json rules = json::parse(result.out);
+  ASSERT_EQ(rules.size(), 3u);
+  EXPECT_TRUE(rules[0].is_null());
+  EXPECT_EQ(rules[1]["id"], 12160);
+  EXPECT_EQ(rules[1]["name"], "Spacing Between Holes");
+  EXPECT_TRUE(rules[2].is_null());
+}
+
+TEST_F(Kvxim, BadInputGivesOneLineAndANonZeroExit) {
+  Write("broken.xml", "<RuleSet><Rule Name=\"a\"></RuleSet>");
+  Write("other.xml", "<Rules/>");
+  Write("empty.xml", "");
+  const std::string cases[] = {"show " + Path("missing.xml"), "show " + Path("broken.xml"),
+                               "show " + Path("other.xml"),   "show " + Path("empty.xml"),
+                               "rules --lang klingon",        "convert " + Path("other.xml") + " --length yd --angle deg",
+                               "frobnicate"};
+  for (const std::string& args : cases) {
+    const Result result = Run(args);
+    EXPECT_NE(result.exitCode, 0) << args;
+    EXPECT_FALSE(result.err.empty()) << args;
+  }
+  EXPECT_NE(Run("show " + Path("broken.xml")).err.find("line 1"), std::string::npos);
+}
+
+TEST_F(Kvxim, ConvertChangesUnitsAndWritesAtomically) {
+  ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
+  const Result converted = Run("convert " + Path("set.xml") + " --length in --angle rad -o " + Path("inch.xml"));
+  ASSERT_EQ(converted.exitCode, 0) << converted.err;
+  const std::string xml = ReadFile(Path("inch.xml"));
+  EXPECT_NE(xml.find("<RuleSet Unit=\"3\" AngularUnit=\"1\">"), std::string::npos);
+  const json rules = json::parse(Run("show " + Path("inch.xml") + " --json").out);
+  const json* hole = FindRule(rules, 12150);
+  ASSERT_NE(hole, nullptr);
+  EXPECT_EQ((*FindParameter(*hole, 2347))["values"], json::array({2.0}));  // a ratio: never converted
+  EXPECT_EQ((*hole)["units"]["length"], 3);
+  // Back again gives the factory values.
+  ASSERT_EQ(Run("convert " + Path("inch.xml") + " --length mm --angle deg").exitCode, 0);
+  const json back = json::parse(Run("show " + Path("inch.xml") + " --json").out);
+  const json fresh = json::parse(Run("show " + Path("set.xml") + " --json").out);
+  ASSERT_EQ(back.size(), fresh.size());
+  for (size_t i = 0; i < back.size(); ++i) {
+    for (size_t p = 0; p < back[i]["parameters"].size(); ++p) {
+      const auto& a = back[i]["parameters"][p]["values"];
+      const auto& b = fresh[i]["parameters"][p]["values"];
+      ASSERT_EQ(a.size(), b.size());
+      for (size_t v = 0; v < a.size(); ++v) {
+        if (a[v].is_number()) EXPECT_NEAR(a[v].get<double>(), b[v].get<double>(), 1e-5) << back[i]["name"];
+      }
+    }
+  }
+}
+
+TEST_F(Kvxim, ResourceAndUnitsAnswerWithoutTheModule) {
+  EXPECT_EQ(Run("resource 2827").out, "Default\n");
+  const Result german = Run("resource 2345 --lang german");
+  ASSERT_EQ(german.exitCode, 0);
+  EXPECT_NE(german.out, Run("resource 2345").out);
+  EXPECT_NE(Run("resource 99999").exitCode, 0);
+  const json units = json::parse(Run("units --json").out);
+  EXPECT_EQ(units["length"][3]["name"], "in");
+  EXPECT_FALSE(units["length"][3]["text"].get<std::string>().empty());
+  EXPECT_EQ(units["angle"][1]["name"], "rad");
+}
+
+TEST_F(Kvxim, EveryCommandHasHelp) {
+  for (const char* command : {"", "rules ", "new ", "show ", "convert ", "units ", "resource ", "materials ", "sheet ", "demo "}) {
+    const Result result = Run(std::string(command) + "--help");
+    EXPECT_EQ(result.exitCode, 0) << command;
+    EXPECT_NE(result.out.find("Usage"), std::string::npos) << command;
+  }
+}
+
+}  // namespace
