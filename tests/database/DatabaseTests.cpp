@@ -201,7 +201,8 @@ TEST_F(MaterialDb, FactoryTableHasEveryBandOfEachMaterialInDataOrder) {
 TEST_F(MaterialDb, UserFileIsReadInPositionOrderWithPlainNumbers) {
   const fs::path file = UserDatabase(R"sql(
     INSERT INTO tolerance_groups VALUES ('Fine', 'own figures', 'red'), ('Empty', '', NULL);
-    INSERT INTO materials (name, tolerance_group) VALUES ('PEEK', 'Fine'), ('POM', 'Empty'), ('PA,GF', 'Fine'), ('LCP', 'Fine');
+    INSERT INTO materials (name, tolerance_group)
+      VALUES ('PEEK', 'Fine'), ('POM', 'Empty'), ('PA,GF', 'Fine'), ('LCP', 'Fine');
     INSERT INTO bands VALUES ('Fine', 0, 10, 0.0000001, 1e-3, 2), ('Fine', 10, 25, 12345678, 0.05, 1);
   )sql");
   ASSERT_EQ(Open(file), DbStatus::Ok) << Narrow(db_->ErrorText());
@@ -254,7 +255,8 @@ TEST_F(MaterialDb, UnusableFilesAreReportedAndLeftAlone) {
   EXPECT_EQ(db_->OpenDefaultDatabase(), DbStatus::CannotOpen);
 
   const fs::path noBands = folder_ / "no-bands.sqlite";
-  ExecSql(noBands, "CREATE TABLE tolerance_groups (name, source_note); CREATE TABLE materials (id, name, tolerance_group);");
+  ExecSql(noBands,
+          "CREATE TABLE tolerance_groups (name, source_note); CREATE TABLE materials (id, name, tolerance_group);");
   EXPECT_EQ(Open(noBands), DbStatus::WrongTables);
   EXPECT_THAT(Narrow(db_->ErrorText()), HasSubstr("no table bands"));
   ExecSql(noBands, "CREATE TABLE bands (tolerance_group, position, over, upto, a);");

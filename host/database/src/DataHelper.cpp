@@ -6,7 +6,6 @@
 #include "SeedData.h"
 #include "ToleranceText.h"
 #include "kvx/platform/Environment.h"
-#include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Text.h"
 #include "kvx_db/KVXDataHelper.h"
@@ -134,9 +133,7 @@ class DataHelper final : public KVXDataHelper {
   Outcome Open(const std::wstring& path, bool createWhenMissing) {
     ForgetDatabase(path);
     openOutcome_ = {};
-    if (createWhenMissing && !kvx::platform::FileExists(path) && !kvx::platform::DirectoryExists(path)) {
-      openOutcome_ = CreateFromShippedData(path);
-    }
+    if (createWhenMissing && NothingAt(path)) openOutcome_ = CreateFromShippedData(path);
     if (openOutcome_) openOutcome_ = MaterialStore::Open(path, store_);
     return openOutcome_;
   }

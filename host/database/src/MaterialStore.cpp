@@ -122,7 +122,9 @@ DbStatus StatusOfSqliteError(int code) {
 Outcome SqliteFailure(sqlite3* db, int code, const std::wstring& path) {
   const DbStatus status = StatusOfSqliteError(code);
   const std::wstring reason = Widen(db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
-  if (status == DbStatus::NotADatabase) return Outcome::Failure(status, path + L" is not a material database: " + reason);
+  if (status == DbStatus::NotADatabase) {
+    return Outcome::Failure(status, path + L" is not a material database: " + reason);
+  }
   return Outcome::Failure(status, L"cannot read the material database " + path + L": " + reason);
 }
 
@@ -135,12 +137,6 @@ std::wstring ReasonOf(kvx::platform::ProbeError error) {
     case ProbeError::AlreadyExists: return L"a file of that name is in the way";
     default: return L"the system refused";
   }
-}
-
-// Existence in the widest sense: a file, a folder, a dangling link; anything that must not be replaced.
-bool PathIsTaken(const std::wstring& path) {
-  std::error_code ignored;
-  return std::filesystem::symlink_status(Narrow(path), ignored).type() != std::filesystem::file_type::not_found;
 }
 
 // The names of the columns of `table` (none when the table does not exist); SQLITE_OK or the error
@@ -180,7 +176,8 @@ bool InsertMaterials(sqlite3* db, const SeedData& seed) {
 }
 
 bool InsertBands(sqlite3* db, const SeedData& seed) {
-  Statement insert(db, "INSERT INTO bands (tolerance_group, position, over, upto, a, b) VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
+  Statement insert(db,
+                   "INSERT INTO bands (tolerance_group, position, over, upto, a, b) VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
   if (!insert.Prepared()) return false;
   std::map<std::wstring, sqlite3_int64> nextPosition;
   for (const SeedBand& seedBand : seed.bands) {
@@ -230,14 +227,23 @@ Outcome ReadBand(const Statement& row, MaterialEntry& material, const std::wstri
 }
 }  // namespace
 
+bool NothingAt(const std::wstring& path) {
+  std::error_code ignored;
+  return std::filesystem::symlink_status(Narrow(path), ignored).type() == std::filesystem::file_type::not_found;
+}
+
 MaterialStore::MaterialStore(sqlite3* db, std::wstring path) : db_(db), path_(std::move(path)) {}
 
 MaterialStore::~MaterialStore() { sqlite3_close_v2(db_); }
 
 Outcome MaterialStore::Open(const std::wstring& path, std::unique_ptr<MaterialStore>& store) {
   store.reset();
-  if (!PathIsTaken(path)) return Outcome::Failure(DbStatus::NotFound, L"the material database " + path + L" does not exist");
-  if (!kvx::platform::FileExists(path)) return Outcome::Failure(DbStatus::CannotOpen, L"the material database " + path + L" is not a file");
+  if (NothingAt(path)) {
+    return Outcome::Failure(DbStatus::NotFound, L"the material database " + path + L" does not exist");
+  }
+  if (!kvx::platform::FileExists(path)) {
+    return Outcome::Failure(DbStatus::CannotOpen, L"the material database " + path + L" is not a file");
+  }
   sqlite3* raw = nullptr;
   const int opened = sqlite3_open_v2(Narrow(path).c_str(), &raw, SQLITE_OPEN_READONLY, nullptr);
   Connection db(raw);
@@ -257,7 +263,8 @@ Outcome MaterialStore::CheckTables() const {
       return SqliteFailure(db_, error, path_);
     }
     if (columns.empty()) {
-      return Outcome::Failure(DbStatus::WrongTables, L"the material database " + path_ + L" has no table " + Widen(table.name));
+      return Outcome::Failure(DbStatus::WrongTables,
+                              L"the material database " + path_ + L" has no table " + Widen(table.name));
     }
     for (const char* column : table.columns) {
       if (std::find(columns.begin(), columns.end(), column) != columns.end()) continue;
@@ -293,7 +300,9 @@ Outcome MaterialStore::ReadMaterials(std::vector<MaterialEntry>& materials) cons
 }
 
 Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed) {
-  if (PathIsTaken(path)) return Outcome::Failure(DbStatus::CannotCreate, L"the material database " + path + L" exists already");
+  if (!NothingAt(path)) {
+    return Outcome::Failure(DbStatus::CannotCreate, L"the material database " + path + L" exists already");
+  }
   const std::wstring folder = kvx::platform::ParentPath(path);
   if (!folder.empty()) {
     const auto made = kvx::platform::CreateDirectories(folder);

@@ -42,6 +42,9 @@ class MaterialStore {
   std::wstring path_;
 };
 
+// True when nothing at all is at `path` (no file, folder or link): only then may a database be created there.
+bool NothingAt(const std::wstring& path);
+
 // Writes a new database holding `seed` to `path` (creating missing folders) through a temporary file
 // and a rename. CannotCreate when a folder or the file cannot be written; an existing file is refused,
 // never overwritten.
