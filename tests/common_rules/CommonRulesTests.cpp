@@ -1,0 +1,236 @@
+// The ready-made rules of KVXCommonRulesu, driven as a rule module drives them.
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <numbers>
+#include <set>
+
+#include "kvx/common_rules/CommonRules.h"
+#include "kvx/params/TypedParamStorage.h"
+#include "kvx/params/ValueUtils.h"
+#include "support/ModuleFixture.h"
+
+namespace {
+
+using RulePtr = std::unique_ptr<CKvxRule>;
+const std::wstring kModuleKey = L"KvxIMRulesValidator";
+const std::wstring kModuleDisplayName = L"Injection Moulding";
+
+template <typename T>
+RulePtr Make(int ruleId) {
+  if constexpr (std::is_constructible_v<T, std::wstring, std::wstring, KVXRuleCategory_e, int, KvxXMLNode*>) {
+    return std::make_unique<T>(kModuleDisplayName, kModuleKey, KVX_CATEGORY_INJECTION_MOULDING, ruleId, nullptr);
+  } else {
+    return std::make_unique<T>(kModuleDisplayName, kModuleKey, KVX_CATEGORY_INJECTION_MOULDING, ruleId);
+  }
+}
+
+// The rows of the rule catalogue that this library implements: English name id, rule id, class.
+struct Entry {
+  int nameId;
+  int ruleId;
+  std::function<RulePtr(int)> make;
+};
+const std::vector<Entry> kEntries = {
+    {2056, 12010, Make<CKVXIMBossBaseRadiusRule>},     {2067, 12040, Make<CKVXIMBossTipRadiusRule>},
+    {2115, 12090, Make<CKVXIMDraftAngleRule>},         {2090, 12070, Make<CKVXIMRibParametersRule>},
+    {2111, 12100, Make<CKVXIMUndercutDetectionRule>},  {2096, 12080, Make<CKVXIMMoldWallThicknessRule>},
+    {2135, 12110, Make<CKVXIMWTVariationRule>},        {2203, 12120, Make<CKVXIMSuddenWTVariationRule>},
+    {2047, 12030, Make<CKVXIMUniformThicknessRule>},   {2735, 12210, Make<CKVXRecoPinDiameterRule>},
+    {2326, 12140, Make<CKVXIMRibBaseRadiusRule>},      {2285, 14090, Make<CKVXUndercutInterferenceRule>},
+    {2576, 12180, Make<CKVXIMVariableDraftAngleRule>}, {2493, 12178, Make<KVXIMBossParamsRule>},
+};
+
+std::vector<double>& Values(const CKvxRule& rule, long id) {
+  return *kvx::params::DoubleValues(rule.FindParameterInArray(id));
+}
+
+class CommonRulesTest : public kvx::test::ModuleFixture {
+ protected:
+  void SetUp() override {
+    ModuleFixture::SetUp();
+    SetXMLDoc(document_.get());
+  }
+  void TearDown() override {
+    SetXMLDoc(nullptr);
+    ModuleFixture::TearDown();
+  }
+  // Writes `rule` alone into a fresh rule set and reads it back; the "Rule" element.
+  std::unique_ptr<KvxXMLNode> SaveAndReload(CKvxRule& rule) {
+    root_ = document_->CreateRootNode(L"RuleSet");
+    return LoadRule(Place(rule.GetXML()));
+  }
+};
+
+TEST_F(CommonRulesTest, EveryClassCarriesItsIdentityAndEnglishKeyName) {
+  std::set<long> parameterIds;
+  for (const Entry& entry : kEntries) {
+    const RulePtr rule = entry.make(entry.ruleId);
+    SCOPED_TRACE(kvx::platform::Narrow(rule->m_csRuleName));
+    EXPECT_EQ(rule->m_csRuleName, En(entry.nameId));  // the module finds the class by this text
+    EXPECT_EQ(rule->GetRuleId(), entry.ruleId);
+    EXPECT_EQ(rule->m_category, KVX_CATEGORY_INJECTION_MOULDING);
+    EXPECT_EQ(rule->m_csCategoryText, L"9");
+    EXPECT_EQ(rule->m_csModuleName, kModuleKey);
+    EXPECT_EQ(rule->m_textList, std::list<std::wstring>{kModuleDisplayName});
+    EXPECT_EQ(rule->m_lRuleStatus, 0);
+    EXPECT_TRUE(rule->m_lRuleSeverity == 2 || rule->m_lRuleSeverity == 3);
+    EXPECT_EQ(rule->m_csSummary.find(L"%s"), std::wstring::npos);
+    EXPECT_EQ(rule->m_csSummary.find(L"not set"), std::wstring::npos);
+    ASSERT_FALSE(rule->Parameters().empty());
+    for (const auto& parameter : rule->Parameters()) {
+      EXPECT_EQ(parameter->GetValueType(), KVX_TYPE_DOUBLE);
+      EXPECT_GE(parameter->lId, 3000);  // never one of the module's own parameter ids
+      EXPECT_TRUE(parameterIds.insert(parameter->lId).second) << parameter->lId;
+      EXPECT_EQ(parameter->GetValueCount(), 1);
+      EXPECT_NE(std::find(parameter->operatorOptions.begin(), parameter->operatorOptions.end(), parameter->iOperator),
+                parameter->operatorOptions.end());
+      EXPECT_FALSE(parameter->csSymbol.empty());
+    }
+  }
+}
+
+TEST_F(CommonRulesTest, DisplayNameComesFromTheCurrentResourceLibrary) {
+  EXPECT_EQ(Make<CKVXIMMoldWallThicknessRule>(12080)->m_csDisplayName, L"Moulded Wall Thickness");
+  UseLocalizedLanguage("german");
+  kvx::platform::ResourceScope german(localized_.get());
+  const RulePtr rule = Make<CKVXIMMoldWallThicknessRule>(12080);
+  EXPECT_EQ(rule->m_csDisplayName, L"Wanddicke des Formteils");
+  EXPECT_EQ(rule->m_csRuleName, En(2096));
+}
+
+TEST_F(CommonRulesTest, SummariesFollowValuesOperatorsAndEdits) {
+  const RulePtr wall = Make<CKVXIMMoldWallThicknessRule>(12080);
+  EXPECT_EQ(wall->m_csSummary, L"Wall thickness at least 0.8 mm and at most 4.0 mm");
+  EXPECT_EQ(Make<CKVXIMBossBaseRadiusRule>(12010)->m_csSummary,
+            L"Boss base radius at least 0.25 and at most 0.5 times the wall thickness");
+  EXPECT_EQ(Make<CKVXIMUniformThicknessRule>(12030)->m_csSummary,
+            L"Wall thickness deviates at most 10.0% from the nominal 2.0 mm");
+
+  wall->FindParameterInArray(3061)->iOperator = KVX_OP_LESS;
+  Values(*wall, 3061) = {3.5};
+  wall->GetXML();
+  EXPECT_EQ(wall->m_csSummary, L"Wall thickness at least 0.8 mm and less than 3.5 mm");
+
+  // No dialog in this host: the user is told and nothing changes.
+  wall->EditRule();
+  EXPECT_EQ(messages_.messages.size(), 1u);
+  struct Dialog : IKvxRuleDialogService {
+    int ConfigureRule(CKvxRule& rule, const kvx::platform::Picture&) override {
+      Values(rule, 3050) = {0.0};
+      return KVX_IDOK;
+    }
+  } dialog;
+  IKvxRuleDialogService* previous = SetRuleDialogService(&dialog);
+  const RulePtr undercut = Make<CKVXIMUndercutDetectionRule>(12100);
+  EXPECT_EQ(undercut->m_csSummary, L"Undercut detection on, undercuts at least 0.1 mm deep are reported");
+  undercut->EditRule();
+  SetRuleDialogService(previous);
+  EXPECT_EQ(undercut->m_csSummary, L"Undercut detection off, undercuts at least 0.1 mm deep are reported");
+}
+
+TEST_F(CommonRulesTest, XmlRoundTripKeepsEveryRuleAsItWas) {
+  for (const Entry& entry : kEntries) {
+    const RulePtr saved = entry.make(entry.ruleId);
+    SCOPED_TRACE(kvx::platform::Narrow(saved->m_csRuleName));
+    CKvxParamStorage& first = *saved->Parameters().front();
+    Values(*saved, first.lId) = {0.75};
+    first.iOperator = first.operatorOptions.back();
+    first.bStatus = false;
+    const auto node = SaveAndReload(*saved);
+    ASSERT_TRUE(node);
+    const RulePtr loaded = entry.make(entry.ruleId);
+    loaded->PopulateParametersFromXML(node.get());
+    EXPECT_EQ(loaded->m_csRuleName, saved->m_csRuleName);
+    EXPECT_EQ(loaded->m_lRuleSeverity, saved->m_lRuleSeverity);
+    EXPECT_EQ(loaded->m_csSummary, saved->m_csSummary);
+    for (const auto& parameter : saved->Parameters()) {
+      const CKvxParamStorage* copy = loaded->FindParameterInArray(parameter->lId);
+      EXPECT_EQ(Values(*loaded, parameter->lId), Values(*saved, parameter->lId));
+      EXPECT_EQ(copy->iOperator, parameter->iOperator);
+      EXPECT_EQ(copy->bStatus, parameter->bStatus);
+    }
+  }
+  SetXMLDoc(nullptr);
+  EXPECT_EQ(Make<CKVXIMDraftAngleRule>(12090)->GetXML(), nullptr);
+}
+
+TEST_F(CommonRulesTest, RecordInInchesSetsUnitsAndKeepsWhatItLacks) {
+  const auto node = LoadRule(R"(<RuleSet Unit="3" AngularUnit="0">
+    <Rule Name="Moulded Wall Thickness" Module="KvxIMRulesValidator" Status="0" Severity="3">
+      <Parameter Name="Minimum wall thickness" Type="3060" Status="1">
+        <Operator>7</Operator><ParameterType>1</ParameterType><Value>0.040000</Value>
+      </Parameter>
+    </Rule></RuleSet>)");
+  const RulePtr rule = Make<CKVXIMMoldWallThicknessRule>(12080);
+  rule->PopulateParametersFromXML(node.get());
+  EXPECT_EQ(Values(*rule, 3060), std::vector<double>{0.04});
+  ASSERT_EQ(Values(*rule, 3061).size(), 1u);  // not in the record: its value stays, now in inches
+  EXPECT_NEAR(Values(*rule, 3061)[0], 4.0 / 25.4, 1e-12);
+  EXPECT_NEAR(rule->FindParameterInArray(3060)->dRangeMin, 0.1 / 25.4, 1e-12);
+  EXPECT_EQ(rule->FindParameterInArray(3060)->csUnit, L"in");
+  EXPECT_EQ(rule->m_csSummary, L"Wall thickness at least 0.04 in and at most 0.15748 in");
+}
+
+TEST_F(CommonRulesTest, NodeTakingConstructorsReadOnceAndAcceptNull) {
+  const RulePtr source = Make<CKVXRecoPinDiameterRule>(12210);
+  Values(*source, 3100) = {2.5};
+  const auto node = SaveAndReload(*source);
+  CKVXRecoPinDiameterRule pin(kModuleDisplayName, kModuleKey, KVX_CATEGORY_INJECTION_MOULDING, 12210, node.get());
+  pin.PopulateParametersFromXML(node.get());  // the module reads it again
+  EXPECT_EQ(Values(pin, 3100), std::vector<double>{2.5});
+  EXPECT_EQ(Values(pin, 3101).size(), 1u);
+
+  CKVXIMUniformThicknessRule uniform(kModuleDisplayName, kModuleKey, KVX_CATEGORY_INJECTION_MOULDING, 12030, nullptr);
+  EXPECT_EQ(Values(uniform, 3091), std::vector<double>{2.0});
+  uniform.PopulateParametersFromXML(nullptr);
+  EXPECT_EQ(Values(uniform, 3091), std::vector<double>{2.0});
+}
+
+TEST_F(CommonRulesTest, UnitConversionThereAndBack) {
+  const RuleUnitSystemStructure metric{KVX_UNIT_MM, KVX_ANGLE_DEGREE};
+  const RuleUnitSystemStructure imperial{KVX_UNIT_INCH, KVX_ANGLE_RADIAN};
+  for (const Entry& entry : kEntries) {
+    const RulePtr rule = entry.make(entry.ruleId);
+    SCOPED_TRACE(kvx::platform::Narrow(rule->m_csRuleName));
+    std::map<long, double> before;
+    for (const auto& parameter : rule->Parameters()) before[parameter->lId] = Values(*rule, parameter->lId)[0];
+    rule->UpdateRule(&metric, &imperial);
+    for (const auto& parameter : rule->Parameters()) {
+      const double value = Values(*rule, parameter->lId)[0];
+      const double original = before[parameter->lId];
+      if (parameter->csUnit == L"in") {
+        EXPECT_NEAR(value, original / 25.4, 1e-12);
+        EXPECT_NE(rule->m_csSummary.find(kvx::params::DoubleToShortText(value) + L" in"), std::wstring::npos);
+      } else if (parameter->csUnit == L"rad") {
+        EXPECT_NEAR(value, original * std::numbers::pi / 180.0, 1e-12);
+      } else {
+        EXPECT_EQ(value, original) << parameter->lId;  // ratios, percentages and switches have no unit
+      }
+    }
+    rule->UpdateRule(&imperial, &metric);
+    rule->UpdateRule(nullptr, &imperial);
+    for (const auto& parameter : rule->Parameters()) {
+      EXPECT_NEAR(Values(*rule, parameter->lId)[0], before[parameter->lId], 1e-12);
+      EXPECT_TRUE(parameter->csUnit != L"in" && parameter->csUnit != L"rad");
+    }
+    EXPECT_EQ(rule->m_csSummary, entry.make(entry.ruleId)->m_csSummary);
+  }
+}
+
+TEST_F(CommonRulesTest, LibraryKeepsItsOwnDocumentAndExportsNoHelpers) {
+  KvxXMLDocument other;
+  other.CreateRootNode(L"RuleSet");
+  SetXMLDoc(&other);
+  EXPECT_EQ(Make<CKVXIMDraftAngleRule>(12090)->GetXML()->GetDocument(), &other);
+  EXPECT_EQ(kvx::params::Module().xmlDocument, document_.get());  // the test program's context is apart
+
+  const auto library = kvx::platform::DynamicLibrary::FindLoaded(
+      kvx::platform::Widen(KVX_BIN_DIR "/") + kvx::platform::LibraryFileName(L"KVXCommonRulesu"));
+  ASSERT_TRUE(library);
+  EXPECT_NE(library->Symbol("SetXMLDoc"), nullptr);
+  EXPECT_EQ(library->Symbol("_ZN3kvx6params6ModuleEv"), nullptr);
+  EXPECT_EQ(library->Symbol("_ZN3kvx6module14ReadRuleRecordEP8CKvxRuleP10KvxXMLNode"), nullptr);
+}
+
+}  // namespace
