@@ -16,6 +16,16 @@ int SequenceLength(unsigned char lead) {
   return 0;
 }
 
+// The smallest code point that needs `len` bytes; a shorter value in that many bytes is an overlong
+// form, which could smuggle "/" or NUL past a check made on the bytes.
+char32_t SmallestOfLength(int len) {
+  switch (len) {
+    case 2: return 0x80;
+    case 3: return 0x800;
+    default: return 0x10000;
+  }
+}
+
 void AppendCodePoint(std::wstring& out, char32_t cp) {
   if constexpr (sizeof(wchar_t) == 2) {
     if (cp >= 0x10000) {
@@ -52,7 +62,7 @@ std::wstring Widen(std::string_view utf8) {
       if ((c & 0xC0) != 0x80) { ok = false; break; }
       cp = (cp << 6) | (c & 0x3F);
     }
-    if (!ok || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+    if (!ok || cp < SmallestOfLength(len) || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
       out.push_back(static_cast<wchar_t>(kReplacement));
       ++i;
       continue;
