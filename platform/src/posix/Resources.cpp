@@ -1,5 +1,7 @@
 #include "kvx/platform/Resources.h"
 
+#include <unordered_set>
+
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Text.h"
 
@@ -11,6 +13,13 @@ using StringFn = const char* (*)(int id);
 using PictureFn = const unsigned char* (*)(int id, unsigned long* size, const char** format);
 
 const ResourceLibrary* g_current = nullptr;
+
+// Libraries alive right now, so that a scope never restores one that was released meanwhile. Never
+// destroyed: libraries held by other static objects may be released after this file's statics.
+std::unordered_set<const ResourceLibrary*>& LiveLibraries() {
+  static auto* live = new std::unordered_set<const ResourceLibrary*>();
+  return *live;
+}
 }  // namespace
 
 struct ResourceLibrary::Impl {
@@ -20,9 +29,12 @@ struct ResourceLibrary::Impl {
 };
 
 ResourceLibrary::ResourceLibrary(std::unique_ptr<Impl> impl, std::wstring path)
-    : impl_(std::move(impl)), path_(std::move(path)) {}
+    : impl_(std::move(impl)), path_(std::move(path)) {
+  LiveLibraries().insert(this);
+}
 
 ResourceLibrary::~ResourceLibrary() {
+  LiveLibraries().erase(this);
   if (g_current == this) g_current = nullptr;
 }
 
@@ -62,7 +74,7 @@ ResourceScope::ResourceScope(const ResourceLibrary* library) : saved_(g_current)
   if (library) g_current = library;
 }
 
-ResourceScope::~ResourceScope() { g_current = saved_; }
+ResourceScope::~ResourceScope() { g_current = saved_ && LiveLibraries().count(saved_) ? saved_ : nullptr; }
 
 std::wstring LoadResString(int id) {
   if (!g_current) return {};
