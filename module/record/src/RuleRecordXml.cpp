@@ -21,7 +21,9 @@ bool IsKnownValueType(const CKvxParamStorage& parameter) {
   return type >= KVX_TYPE_INT && type <= KVX_TYPE_STRING_LIST;
 }
 
-void ReportIllegalParameterType() { KvxMessageBox(kvx::platform::LoadResString(kIllegalParameterType)); }
+// Loaded from the localized library itself: the reader and the single-parameter writer run without the
+// writer's resource switch, and the current library may then be none at all (an empty message box).
+void ReportIllegalParameterType() { KvxMessageBox(kvx::params::LoadLocalizedString(kIllegalParameterType)); }
 
 // Reads a "%ld" integer attribute; -1 when it is absent or does not parse.
 int ReadIntAttribute(const KvxXMLNode& element, const wchar_t* name) {
