@@ -1,10 +1,9 @@
 #include "kvx/platform/Settings.h"
 
-#include <unistd.h>
-
 #include <fstream>
+#include <limits>
 #include <nlohmann/json.hpp>
-#include <sstream>
+#include <vector>
 
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/FileSystem.h"
@@ -17,43 +16,100 @@ namespace {
 using nlohmann::json;
 
 std::wstring SettingsDirectory(SettingsHive hive) {
-  if (auto dir = GetEnvWide(L"KVX_SETTINGS_DIR")) return *dir;
+  if (auto dir = GetEnvWide(L"KVX_SETTINGS_DIR"); dir && !dir->empty()) return *dir;
   if (hive == SettingsHive::LocalMachine) return L"/etc/korvex";
   if (auto config = GetEnvWide(L"XDG_CONFIG_HOME"); config && !config->empty()) return *config + L"/korvex";
   if (auto home = GetEnvWide(L"HOME"); home && !home->empty()) return *home + L"/.config/korvex";
   return L"/tmp/korvex";
 }
 
-// JSON pointer escaping of one reference token.
-std::string Escape(const std::string& token) {
-  std::string out;
-  for (char c : token) {
-    if (c == '~') out += "~0";
-    else if (c == '/') out += "~1";
-    else out.push_back(c);
+// The levels of a backslash-separated key path; empty levels ("a\\\\b", a trailing "\\") do not count.
+std::vector<std::string> KeyLevels(const std::wstring& key) {
+  std::vector<std::string> levels;
+  std::wstring level;
+  for (wchar_t c : key + L"\\") {
+    if (c != L'\\') {
+      level.push_back(c);
+      continue;
+    }
+    if (!level.empty()) levels.push_back(Narrow(level));
+    level.clear();
   }
-  return out;
+  return levels;
 }
 
-// Key paths are stored with "/" between levels and compared as written.
-std::string KeyPointer(const std::wstring& key) {
-  std::string pointer;
-  std::string part;
-  for (char c : Narrow(key) + "\\") {
-    if (c != '\\') { part.push_back(c); continue; }
-    if (part.empty()) continue;
-    pointer += "/" + Escape(part);
-    part.clear();
-  }
-  return pointer;
+// A store file that exists but cannot be read or understood is left alone: it may hold values that
+// a person will want back.
+enum class StoreState { Missing, Usable, Unusable };
+
+struct Store {
+  StoreState state = StoreState::Missing;
+  json document = json::object();
+};
+
+Store ReadStore(SettingsHive hive) {
+  const std::wstring path = SettingsFilePath(hive);
+  std::ifstream in(Narrow(path), std::ios::binary);
+  if (!in) return {FileExists(path) ? StoreState::Unusable : StoreState::Missing, json::object()};
+  json document = json::parse(in, nullptr, /*allow_exceptions=*/false);
+  if (document.is_discarded() || !document.is_object()) return {StoreState::Unusable, json::object()};
+  return {StoreState::Usable, std::move(document)};
 }
 
-std::optional<json> ReadStore(SettingsHive hive) {
-  std::ifstream in(Narrow(SettingsFilePath(hive)));
-  if (!in) return std::nullopt;
-  json doc = json::parse(in, nullptr, /*allow_exceptions=*/false);
-  if (doc.is_discarded() || !doc.is_object()) return std::nullopt;
-  return doc;
+// The member of `object` called `name`, ignoring case as the registry does; null when there is none.
+json* FindMember(json& object, const std::string& name) {
+  if (!object.is_object()) return nullptr;
+  const std::wstring wanted = Widen(name);
+  for (auto it = object.begin(); it != object.end(); ++it) {
+    if (EqualsNoCase(Widen(it.key()), wanted)) return &it.value();
+  }
+  return nullptr;
+}
+
+// The object that holds the values of `key`; null when some level is missing or is no key.
+json* FindKey(json& document, const std::wstring& key) {
+  json* node = &document;
+  for (const std::string& level : KeyLevels(key)) {
+    node = FindMember(*node, level);
+    if (!node || !node->is_object()) return nullptr;
+  }
+  return node;
+}
+
+// Like FindKey, creating the missing levels; null when a level is taken by a value.
+json* FindOrCreateKey(json& document, const std::wstring& key) {
+  json* node = &document;
+  for (const std::string& level : KeyLevels(key)) {
+    json* member = FindMember(*node, level);
+    if (!member) member = &((*node)[level] = json::object());
+    if (!member->is_object()) return nullptr;
+    node = member;
+  }
+  return node;
+}
+
+std::optional<std::int64_t> AsNumber(const json& value) {
+  if (value.is_number_unsigned()) {
+    const auto number = value.get<std::uint64_t>();
+    if (number > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) return std::nullopt;
+    return static_cast<std::int64_t>(number);
+  }
+  if (value.is_number_integer()) return value.get<std::int64_t>();
+  return std::nullopt;
+}
+
+bool StoreNumber(SettingsHive hive, const std::wstring& key, const std::wstring& value, std::int64_t number) {
+  Store store = ReadStore(hive);
+  if (store.state == StoreState::Unusable) return false;
+  json* values = FindOrCreateKey(store.document, key);
+  if (!values) return false;
+  const std::string name = Narrow(value);
+  json* member = FindMember(*values, name);
+  if (member && member->is_object()) return false;  // a key of that name is there
+  if (member) *member = number;
+  else (*values)[name] = number;
+  CreateDirectories(SettingsDirectory(hive));
+  return WriteFileAtomically(SettingsFilePath(hive), store.document.dump(2) + "\n");
 }
 }  // namespace
 
@@ -64,29 +120,29 @@ std::wstring SettingsFilePath(SettingsHive hive) {
 
 std::optional<std::int64_t> ReadSettingNumber(SettingsHive hive, const std::wstring& key,
                                               const std::wstring& value) {
-  auto store = ReadStore(hive);
-  if (!store) return std::nullopt;
-  const json::json_pointer pointer(KeyPointer(key) + "/" + Escape(Narrow(value)));
-  if (!store->contains(pointer)) return std::nullopt;
-  const json& number = (*store)[pointer];
-  if (!number.is_number_integer()) return std::nullopt;
-  return number.get<std::int64_t>();
+  Store store = ReadStore(hive);
+  if (store.state != StoreState::Usable) return std::nullopt;
+  json* values = FindKey(store.document, key);
+  if (!values) return std::nullopt;
+  const json* member = FindMember(*values, Narrow(value));
+  return member ? AsNumber(*member) : std::nullopt;
 }
 
 bool WriteSettingNumber(SettingsHive hive, const std::wstring& key, const std::wstring& value,
                         std::int64_t number) {
-  json store = ReadStore(hive).value_or(json::object());
-  const json::json_pointer pointer(KeyPointer(key) + "/" + Escape(Narrow(value)));
-  store[pointer] = number;
-  CreateDirectories(SettingsDirectory(hive));
-  return WriteFileAtomically(SettingsFilePath(hive), store.dump(2) + "\n");
+  try {
+    return StoreNumber(hive, key, value, number);
+  } catch (...) {
+    return false;  // nothing may escape to a caller in another library
+  }
 }
 
 bool CanOpenSettingsKeyForWriting(SettingsHive hive, const std::wstring& /*key*/) {
+  // The file is replaced through a new file beside it, so the folder must take writes as well.
   const std::wstring dir = SettingsDirectory(hive);
   const std::wstring file = SettingsFilePath(hive);
-  if (FileExists(file)) return HasReadWriteAccess(file);
-  return DirectoryExists(dir) && HasReadWriteAccess(dir);
+  if (!DirectoryExists(dir) || !HasReadWriteAccess(dir)) return false;
+  return !FileExists(file) || HasReadWriteAccess(file);
 }
 
 }  // namespace kvx::platform
