@@ -1,0 +1,233 @@
+// File-system probes and atomic file writing.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "PlatformTestSupport.h"
+#include "kvx/platform/FileSystem.h"
+#include "kvx/platform/Text.h"
+
+using namespace kvx::platform;
+using kvx::test::ReadWholeFile;
+using kvx::test::WriteWholeFile;
+namespace fs = std::filesystem;
+
+namespace {
+std::wstring W(const fs::path& path) { return Widen(path.string()); }
+
+int EntriesIn(const fs::path& folder) {
+  int count = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder)) ++count;
+  return count;
+}
+
+mode_t ModeOf(const fs::path& path) {
+  struct stat st {};
+  ::stat(path.c_str(), &st);
+  return st.st_mode & 07777;
+}
+
+void MakeReadOnly(const fs::path& path) { fs::permissions(path, fs::perms::owner_read | fs::perms::owner_exec); }
+
+// Runs `probe` in a child process and reports whether it finished within a few seconds; a probe that
+// blocks would otherwise hang the whole test run.
+template <typename Probe>
+bool FinishesPromptly(Probe probe) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    probe();
+    ::_exit(0);
+  }
+  for (int waited = 0; waited < 50; ++waited) {
+    int status = 0;
+    if (::waitpid(child, &status, WNOHANG) == child) return WIFEXITED(status);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+  return false;
+}
+}  // namespace
+
+class FileSystemProbes : public ::testing::Test {
+ protected:
+  kvx::test::ScratchFolder folder_;
+};
+
+TEST_F(FileSystemProbes, ExistenceChecksTellFilesFromFolders) {
+  WriteWholeFile(folder_ / "file.txt", "x");
+  EXPECT_TRUE(FileExists(W(folder_ / "file.txt")));
+  EXPECT_FALSE(DirectoryExists(W(folder_ / "file.txt")));
+  EXPECT_TRUE(DirectoryExists(W(folder_.Path())));
+  EXPECT_FALSE(FileExists(W(folder_.Path())));
+  EXPECT_FALSE(FileExists(W(folder_ / "missing")));
+  EXPECT_FALSE(DirectoryExists(W(folder_ / "missing")));
+  EXPECT_FALSE(DirectoryExists(L""));
+}
+
+TEST_F(FileSystemProbes, OpenForWritingReportsWhy) {
+  WriteWholeFile(folder_ / "file.txt", "content");
+  EXPECT_EQ(TryOpenExistingForWriting(W(folder_ / "file.txt")), ProbeError::None);
+  EXPECT_EQ(ReadWholeFile(folder_ / "file.txt"), "content") << "the probe must not truncate";
+  EXPECT_EQ(TryOpenExistingForWriting(W(folder_ / "missing.txt")), ProbeError::NotFound);
+  EXPECT_FALSE(fs::exists(folder_ / "missing.txt")) << "the probe must not create the file";
+}
+
+TEST_F(FileSystemProbes, OpenForWritingOnAReadOnlyFileIsDenied) {
+  KVX_SKIP_IF_SUPERUSER();
+  WriteWholeFile(folder_ / "locked.txt", "x");
+  fs::permissions(folder_ / "locked.txt", fs::perms::owner_read);
+  EXPECT_EQ(TryOpenExistingForWriting(W(folder_ / "locked.txt")), ProbeError::AccessDenied);
+  EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "locked.txt")));
+}
+
+TEST_F(FileSystemProbes, OpenForWritingDoesNotWaitForAPipeReader) {
+  const fs::path fifo = folder_ / "pipe";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_TRUE(FinishesPromptly([&] { TryOpenExistingForWriting(W(fifo)); }));
+}
+
+TEST_F(FileSystemProbes, ReadWriteAccessOfFolders) {
+  EXPECT_TRUE(HasReadWriteAccess(W(folder_.Path())));
+  EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "missing")));
+  EXPECT_FALSE(HasReadWriteAccess(L""));
+}
+
+TEST_F(FileSystemProbes, ReadOnlyFolderRefusesNewEntries) {
+  KVX_SKIP_IF_SUPERUSER();
+  fs::create_directory(folder_ / "ro");
+  MakeReadOnly(folder_ / "ro");
+  EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "ro")));
+  EXPECT_EQ(CreateOneDirectory(W(folder_ / "ro" / "Temp")), ProbeError::AccessDenied);
+  EXPECT_EQ(CreateDirectories(W(folder_ / "ro" / "a" / "b")), ProbeError::AccessDenied);
+  EXPECT_FALSE(fs::exists(folder_ / "ro" / "a"));
+}
+
+TEST_F(FileSystemProbes, CreateDirectoriesMakesEveryMissingLevel) {
+  EXPECT_EQ(CreateDirectories(W(folder_ / "a" / "b" / "c")), ProbeError::None);
+  EXPECT_TRUE(fs::is_directory(folder_ / "a" / "b" / "c"));
+  EXPECT_EQ(CreateDirectories(W(folder_ / "a" / "b" / "c")), ProbeError::AlreadyExists);
+  EXPECT_EQ(CreateDirectories(W(folder_ / "a")), ProbeError::AlreadyExists);
+  EXPECT_EQ(CreateDirectories(L""), ProbeError::NotFound);
+}
+
+TEST_F(FileSystemProbes, CreateDirectoriesWithTrailingSeparatorsReportsTheCreation) {
+  EXPECT_EQ(CreateDirectories(W(folder_.Path()) + L"/x/y/"), ProbeError::None);
+  EXPECT_TRUE(fs::is_directory(folder_ / "x" / "y"));
+  EXPECT_EQ(CreateDirectories(W(folder_.Path()) + L"/x/y//"), ProbeError::AlreadyExists);
+  EXPECT_EQ(CreateDirectories(W(folder_.Path()) + L"/p//q"), ProbeError::None);
+  EXPECT_TRUE(fs::is_directory(folder_ / "p" / "q"));
+}
+
+TEST_F(FileSystemProbes, CreateDirectoriesBelowAFileFails) {
+  WriteWholeFile(folder_ / "file", "x");
+  const ProbeError result = CreateDirectories(W(folder_ / "file" / "sub"));
+  EXPECT_NE(result, ProbeError::None);
+  EXPECT_NE(result, ProbeError::AlreadyExists);
+}
+
+TEST_F(FileSystemProbes, CreateOneDirectoryNeedsItsParent) {
+  EXPECT_EQ(CreateOneDirectory(W(folder_ / "one")), ProbeError::None);
+  EXPECT_EQ(CreateOneDirectory(W(folder_ / "one")), ProbeError::AlreadyExists);
+  EXPECT_EQ(CreateOneDirectory(W(folder_ / "missing" / "two")), ProbeError::NotFound);
+}
+
+TEST_F(FileSystemProbes, RemoveOnlyWhatCanBeRemoved) {
+  fs::create_directories(folder_ / "full" / "inner");
+  EXPECT_FALSE(RemoveEmptyDirectory(W(folder_ / "full")));
+  EXPECT_TRUE(RemoveEmptyDirectory(W(folder_ / "full" / "inner")));
+  EXPECT_TRUE(RemoveEmptyDirectory(W(folder_ / "full")));
+  WriteWholeFile(folder_ / "f", "x");
+  EXPECT_TRUE(RemoveFile(W(folder_ / "f")));
+  EXPECT_FALSE(RemoveFile(W(folder_ / "f")));
+}
+
+// --- Atomic writing ------------------------------------------------------------------------------
+
+class AtomicWrite : public ::testing::Test {
+ protected:
+  fs::path Target() const { return folder_ / "rules.xml"; }
+  kvx::test::ScratchFolder folder_;
+};
+
+TEST_F(AtomicWrite, CreatesAndReplacesTheFile) {
+  std::wstring error;
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "first", &error)) << Narrow(error);
+  EXPECT_EQ(ReadWholeFile(Target()), "first");
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), std::string("sec\0ond", 7), &error)) << Narrow(error);
+  EXPECT_EQ(ReadWholeFile(Target()), std::string("sec\0ond", 7));
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "", &error));
+  EXPECT_EQ(ReadWholeFile(Target()), "");
+  EXPECT_EQ(EntriesIn(folder_.Path()), 1) << "no temporary file is left behind";
+}
+
+TEST_F(AtomicWrite, LargeContentArrivesWhole) {
+  std::string big(5 * 1024 * 1024, '\0');
+  for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 31 % 251);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), big));
+  EXPECT_EQ(ReadWholeFile(Target()), big);
+}
+
+TEST_F(AtomicWrite, NewFileFollowsTheUmaskAndAReplacedFileKeepsItsMode) {
+  const mode_t savedMask = ::umask(022);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "new"));
+  EXPECT_EQ(ModeOf(Target()), 0644u);
+  ::umask(077);
+  ASSERT_TRUE(WriteFileAtomically(W(folder_ / "private.json"), "new"));
+  EXPECT_EQ(ModeOf(folder_ / "private.json"), 0600u);
+  ::umask(022);
+  // A file the user kept private must not become readable by others when it is replaced.
+  ::chmod((folder_ / "private.json").c_str(), 0600);
+  ASSERT_TRUE(WriteFileAtomically(W(folder_ / "private.json"), "replaced"));
+  EXPECT_EQ(ModeOf(folder_ / "private.json"), 0600u);
+  ::chmod(Target().c_str(), 0664);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "replaced"));
+  EXPECT_EQ(ModeOf(Target()), 0664u);
+  ::umask(savedMask);
+}
+
+TEST_F(AtomicWrite, MissingFolderFailsWithAReason) {
+  std::wstring error;
+  EXPECT_FALSE(WriteFileAtomically(W(folder_ / "missing" / "x.xml"), "data", &error));
+  EXPECT_FALSE(error.empty());
+  EXPECT_FALSE(WriteFileAtomically(L"", "data", &error));
+  EXPECT_FALSE(WriteFileAtomically(W(folder_.Path()), "data", &error)) << "a folder is not replaced";
+  EXPECT_TRUE(fs::is_directory(folder_.Path()));
+}
+
+TEST_F(AtomicWrite, FolderNotWritableLeavesTheOldFileUntouched) {
+  KVX_SKIP_IF_SUPERUSER();
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "old content"));
+  MakeReadOnly(folder_.Path());
+  std::wstring error;
+  EXPECT_FALSE(WriteFileAtomically(W(Target()), "new content", &error));
+  EXPECT_FALSE(error.empty());
+  EXPECT_EQ(ReadWholeFile(Target()), "old content");
+  EXPECT_EQ(EntriesIn(folder_.Path()), 1);
+}
+
+TEST_F(AtomicWrite, FailedWriteLeavesTheOldFileUntouched) {
+  // A file-size limit makes the write fail half-way, for the superuser too.
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "old content"));
+  struct rlimit saved {};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+  const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = saved;
+  small.rlim_cur = 4096;
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+  std::wstring error;
+  const bool written = WriteFileAtomically(W(Target()), std::string(64 * 1024, 'n'), &error);
+  ::setrlimit(RLIMIT_FSIZE, &saved);
+  ::signal(SIGXFSZ, previousHandler);
+  EXPECT_FALSE(written);
+  EXPECT_FALSE(error.empty());
+  EXPECT_EQ(ReadWholeFile(Target()), "old content");
+  EXPECT_EQ(EntriesIn(folder_.Path()), 1) << "the partial temporary file is removed";
+}

@@ -1,0 +1,191 @@
+// Dynamic libraries and resource libraries: loading, exports, and the process-wide current resource
+// library with its scope guard.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "PlatformTestSupport.h"
+#include "kvx/platform/DynamicLibrary.h"
+#include "kvx/platform/Resources.h"
+#include "kvx/platform/Text.h"
+
+using namespace kvx::platform;
+
+namespace {
+std::wstring Fixture(const std::wstring& baseName) {
+  return Widen(KVX_PLATFORM_FIXTURES "/") + LibraryFileName(baseName);
+}
+const std::wstring kResFixture = Fixture(L"kvx_platform_fixture_res");
+const std::wstring kPlainFixture = Fixture(L"kvx_platform_fixture_plain");
+}  // namespace
+
+// --- Dynamic libraries -------------------------------------------------------------------------
+
+TEST(DynamicLibrary, LoadsByPathAndFindsExports) {
+  std::wstring error;
+  const auto library = DynamicLibrary::Load(kResFixture, &error);
+  ASSERT_TRUE(library) << Narrow(error);
+  const auto answer = library->Function<int (*)()>("KvxFixtureAnswer");
+  ASSERT_NE(answer, nullptr);
+  EXPECT_EQ(answer(), 42);
+  EXPECT_EQ(library->Symbol("NoSuchExport"), nullptr);
+}
+
+TEST(DynamicLibrary, MissingOrEmptyPathFailsWithAReason) {
+  for (const std::wstring& path : {Fixture(L"kvx_no_such_library"), std::wstring(L"/nonexistent/libX.so"),
+                                   std::wstring(L"libkvx_no_such_library.so"), std::wstring()}) {
+    std::wstring error;
+    EXPECT_EQ(DynamicLibrary::Load(path, &error), nullptr) << Narrow(path);
+    EXPECT_FALSE(error.empty()) << Narrow(path);
+    EXPECT_EQ(DynamicLibrary::Load(path), nullptr) << "without an error text either";
+  }
+}
+
+TEST(DynamicLibrary, FileThatIsNoLibraryFails) {
+  kvx::test::ScratchFolder folder;
+  kvx::test::WriteWholeFile(folder / "libfake.so", "not an ELF file");
+  std::wstring error;
+  EXPECT_EQ(DynamicLibrary::Load(Widen((folder / "libfake.so").string()), &error), nullptr);
+  EXPECT_FALSE(error.empty());
+}
+
+TEST(DynamicLibrary, FindLoadedNeverLoads) {
+  EXPECT_EQ(DynamicLibrary::FindLoaded(kPlainFixture), nullptr);
+  EXPECT_EQ(DynamicLibrary::FindLoaded(L""), nullptr);
+  const auto loaded = DynamicLibrary::Load(kPlainFixture);
+  ASSERT_TRUE(loaded);
+  const auto found = DynamicLibrary::FindLoaded(kPlainFixture);
+  ASSERT_TRUE(found);
+  EXPECT_NE(found->Symbol("KvxFixturePlain"), nullptr);
+}
+
+TEST(DynamicLibrary, LibraryFileNameFollowsThePlatform) {
+  EXPECT_EQ(LibraryFileName(L"KVXIMRulesResu"), L"libKVXIMRulesResu.so");
+}
+
+TEST(DynamicLibrary, PathOfBinaryContainingIsAbsolute) {
+  const auto library = DynamicLibrary::Load(kResFixture);
+  ASSERT_TRUE(library);
+  const std::wstring libraryPath = PathOfBinaryContaining(library->Symbol("KvxFixtureAnswer"));
+  ASSERT_FALSE(libraryPath.empty());
+  EXPECT_EQ(libraryPath.front(), L'/');
+  EXPECT_TRUE(std::filesystem::equivalent(Narrow(libraryPath), Narrow(kResFixture)));
+
+  // The test program itself: the path must lead to the file whatever the working folder is.
+  const std::wstring self = PathOfBinaryContaining(reinterpret_cast<const void*>(&Fixture));
+  ASSERT_FALSE(self.empty());
+  EXPECT_EQ(self.front(), L'/');
+  EXPECT_TRUE(std::filesystem::equivalent(Narrow(self), "/proc/self/exe"));
+  EXPECT_EQ(PathOfBinaryContaining(nullptr), L"");
+}
+
+TEST(DynamicLibrary, PathOfLibraryLoadedByRelativePathIsAbsolute) {
+  const auto fixtures = std::filesystem::path(KVX_PLATFORM_FIXTURES);
+  const auto saved = std::filesystem::current_path();
+  std::filesystem::current_path(fixtures.parent_path());
+  const auto library = DynamicLibrary::Load(
+      Widen("./" + fixtures.filename().string() + "/") + LibraryFileName(L"kvx_platform_fixture_plain"));
+  std::filesystem::current_path("/");
+  ASSERT_TRUE(library);
+  const std::wstring path = PathOfBinaryContaining(library->Symbol("KvxFixturePlain"));
+  std::filesystem::current_path(saved);
+  ASSERT_FALSE(path.empty());
+  EXPECT_EQ(path.front(), L'/');
+  EXPECT_TRUE(std::filesystem::equivalent(Narrow(path), Narrow(kPlainFixture)));
+}
+
+// --- Resource libraries --------------------------------------------------------------------------
+
+TEST(ResourceLibrary, LoadsStringsAndPictures) {
+  const auto library = ResourceLibrary::Load(kResFixture);
+  ASSERT_TRUE(library);
+  EXPECT_EQ(library->Path(), kResFixture);
+  EXPECT_EQ(library->String(1), L"fixture one");
+  EXPECT_EQ(library->String(2), L"Gr\u00f6\u00dfe %s mm");
+  EXPECT_EQ(library->String(3), L"") << "an empty entry is still an entry";
+  EXPECT_EQ(library->String(999), std::nullopt);
+  const Picture picture = library->PictureById(10);
+  EXPECT_EQ(picture.format, "svg");
+  EXPECT_EQ(std::string(picture.bytes.begin(), picture.bytes.end()), "<svg xmlns=\"http://www.w3.org/2000/svg\"/>");
+  EXPECT_TRUE(library->PictureById(11).empty());
+}
+
+TEST(ResourceLibrary, MissingFileOrMissingExportsGiveNoLibrary) {
+  EXPECT_EQ(ResourceLibrary::Load(Fixture(L"kvx_no_such_library")), nullptr);
+  EXPECT_EQ(ResourceLibrary::Load(kPlainFixture), nullptr);
+  EXPECT_EQ(ResourceLibrary::Load(L""), nullptr);
+}
+
+class CurrentResourceLibrary : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    first_ = ResourceLibrary::Load(kResFixture);
+    second_ = ResourceLibrary::Load(kResFixture);
+    ASSERT_TRUE(first_ && second_);
+    saved_ = SetCurrentResourceLibrary(nullptr);
+  }
+  void TearDown() override { SetCurrentResourceLibrary(saved_); }
+
+  std::unique_ptr<ResourceLibrary> first_;
+  std::unique_ptr<ResourceLibrary> second_;
+  const ResourceLibrary* saved_ = nullptr;
+};
+
+TEST_F(CurrentResourceLibrary, WithoutOneTextsAreEmpty) {
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), nullptr);
+  EXPECT_EQ(LoadResString(1), L"");
+  EXPECT_TRUE(LoadResPicture(10).empty());
+}
+
+TEST_F(CurrentResourceLibrary, SetReturnsThePreviousOne) {
+  EXPECT_EQ(SetCurrentResourceLibrary(first_.get()), nullptr);
+  EXPECT_EQ(LoadResString(1), L"fixture one");
+  EXPECT_EQ(LoadResString(999), L"");
+  EXPECT_EQ(LoadResPicture(10).format, "svg");
+  EXPECT_EQ(SetCurrentResourceLibrary(second_.get()), first_.get());
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), second_.get());
+}
+
+TEST_F(CurrentResourceLibrary, ScopesNestAndRestoreInOrder) {
+  SetCurrentResourceLibrary(first_.get());
+  {
+    ResourceScope outer(second_.get());
+    EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), second_.get());
+    {
+      ResourceScope inner(first_.get());
+      EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), first_.get());
+      // Someone inside the scope switches without a guard: the scope still puts its saved one back.
+      SetCurrentResourceLibrary(nullptr);
+    }
+    EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), second_.get());
+  }
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), first_.get());
+}
+
+TEST_F(CurrentResourceLibrary, NullScopeKeepsTheCurrentOne) {
+  SetCurrentResourceLibrary(first_.get());
+  {
+    ResourceScope scope(nullptr);
+    EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), first_.get());
+    SetCurrentResourceLibrary(second_.get());
+  }
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), first_.get());
+}
+
+TEST_F(CurrentResourceLibrary, ReleasedLibraryIsNeverCurrentAgain) {
+  SetCurrentResourceLibrary(first_.get());
+  first_.reset();
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), nullptr);
+
+  // A scope that saved a library which is released meanwhile must not bring the dangling pointer back.
+  auto doomed = ResourceLibrary::Load(kResFixture);
+  SetCurrentResourceLibrary(doomed.get());
+  {
+    ResourceScope scope(second_.get());
+    doomed.reset();
+  }
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), nullptr);
+  EXPECT_EQ(LoadResString(1), L"");
+}
