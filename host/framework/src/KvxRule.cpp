@@ -28,7 +28,12 @@ bool CKvxRule::UpdateRule(CKvxRule* /*other*/) { return true; }
 void CKvxRule::EditRule() { ConfigureRule(kvx::platform::Picture{}); }
 
 int CKvxRule::ConfigureRule(const kvx::platform::Picture& picture) {
-  if (IKvxRuleDialogService* dialogs = GetRuleDialogService()) return dialogs->ConfigureRule(*this, picture);
+  if (IKvxRuleDialogService* dialogs = GetRuleDialogService()) {
+    const int result = dialogs->ConfigureRule(*this, picture);
+    KvxSetLastDialogResult(result);
+    return result;
+  }
+  KvxSetLastDialogResult(KVX_IDCANCEL);
   KvxMessageBox(L"No rule dialog is available in this host; the rule was not changed.", L"Korvex",
                 KvxMessageIcon::Information);
   return KVX_IDCANCEL;

@@ -20,6 +20,7 @@ class ConsoleMessageBox final : public IKvxMessageBoxService {
 ConsoleMessageBox g_console;
 IKvxMessageBoxService* g_messageBox = &g_console;
 IKvxRuleDialogService* g_ruleDialog = nullptr;
+int g_lastDialogResult = KVX_IDCANCEL;
 }  // namespace
 
 IKvxMessageBoxService::~IKvxMessageBoxService() = default;
@@ -42,3 +43,6 @@ IKvxRuleDialogService* SetRuleDialogService(IKvxRuleDialogService* service) {
   g_ruleDialog = service;
   return previous;
 }
+
+void KvxSetLastDialogResult(int result) { g_lastDialogResult = result; }
+int KvxLastDialogResult() { return g_lastDialogResult; }

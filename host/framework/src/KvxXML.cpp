@@ -1,7 +1,10 @@
 #include "kvx/framework/KvxXML.h"
 
+#include <cctype>
 #include <cwchar>
 #include <sstream>
+#include <string_view>
+#include <unordered_map>
 
 #include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Text.h"
@@ -12,21 +15,69 @@ using kvx::platform::Widen;
 namespace {
 // Created nodes wait under this top-level element until they are appended somewhere.
 constexpr const char* kStagingName = "kvx-staging";
+
+// A created node that waits to be placed, with the number of live handles that refer to it. The node
+// goes when the last of them is released, not the first: a parent handle taken through a child must
+// not drop the node its creator still holds.
+struct ParkedNode {
+  const KvxXMLDocument* document = nullptr;
+  int handles = 0;
+};
+
+// Keyed by pugixml's node object. Never destroyed: handles in other static objects may outlive it.
+std::unordered_map<pugi::xml_node_struct*, ParkedNode>& ParkedNodes() {
+  static auto* parked = new std::unordered_map<pugi::xml_node_struct*, ParkedNode>();
+  return *parked;
+}
+
+void Unpark(pugi::xml_node node) { ParkedNodes().erase(node.internal_object()); }
+
+// Removes everything but the parked nodes.
+void ClearContent(pugi::xml_document& document) {
+  for (pugi::xml_node child = document.first_child(); child;) {
+    const pugi::xml_node next = child.next_sibling();
+    if (child.name() != std::string_view(kStagingName)) document.remove_child(child);
+    child = next;
+  }
+}
+
+bool IsNameStart(unsigned char c) { return c >= 0x80 || std::isalpha(c) || c == '_' || c == ':'; }
+bool IsNameChar(unsigned char c) { return IsNameStart(c) || std::isdigit(c) || c == '-' || c == '.'; }
+
+// Element and attribute names must be XML names, or the written file could not be read back.
+bool IsXmlName(const std::string& name) {
+  if (name.empty() || !IsNameStart(static_cast<unsigned char>(name.front()))) return false;
+  for (char c : name) {
+    if (!IsNameChar(static_cast<unsigned char>(c))) return false;
+  }
+  return true;
+}
 }  // namespace
 
 // --- KvxXMLNode ------------------------------------------------------------------------------
 
-KvxXMLNode::KvxXMLNode(KvxXMLDocument* document, pugi::xml_node node) : document_(document), node_(node) {}
+KvxXMLNode::KvxXMLNode(KvxXMLDocument* document, pugi::xml_node node) : document_(document), node_(node) {
+  const auto parked = ParkedNodes().find(node_.internal_object());
+  if (parked != ParkedNodes().end()) ++parked->second.handles;
+}
 
 KvxXMLNode::~KvxXMLNode() {
-  if (document_ && node_ && document_->IsParked(node_)) node_.parent().remove_child(node_);
+  // Only parked nodes are looked at: a handle may outlive the content it pointed into.
+  const auto parked = ParkedNodes().find(node_.internal_object());
+  if (parked == ParkedNodes().end() || --parked->second.handles > 0) return;
+  ParkedNodes().erase(parked);
+  node_.parent().remove_child(node_);
 }
 
 std::wstring KvxXMLNode::GetNodeName() const { return Widen(node_.name()); }
 
 bool KvxXMLNode::AddAttribute(const std::wstring& name, const std::wstring& value) {
-  if (!node_ || name.empty()) return false;
-  return static_cast<bool>(node_.append_attribute(Narrow(name).c_str()).set_value(Narrow(value).c_str()));
+  const std::string narrowName = Narrow(name);
+  if (!node_ || !IsXmlName(narrowName)) return false;
+  // A second attribute of the same name would make the element unreadable; the value is replaced.
+  pugi::xml_attribute attribute = node_.attribute(narrowName.c_str());
+  if (!attribute) attribute = node_.append_attribute(narrowName.c_str());
+  return attribute.set_value(Narrow(value).c_str());
 }
 
 bool KvxXMLNode::GetAttributeValue(const std::wstring& name, std::wstring& value) const {
@@ -49,12 +100,15 @@ int KvxXMLNode::GetNodeValueInInt() const {
 
 bool KvxXMLNode::AppendNode(KvxXMLNode* child) {
   if (!node_ || !child || !child->node_) return false;
-  return static_cast<bool>(node_.append_move(child->node_));
+  if (!node_.append_move(child->node_)) return false;
+  Unpark(child->node_);
+  return true;
 }
 
 bool KvxXMLNode::ReplaceChild(KvxXMLNode* newChild, KvxXMLNode* oldChild) {
-  if (!node_ || !newChild || !oldChild || oldChild->node_.parent() != node_) return false;
+  if (!node_ || !newChild || !oldChild || !oldChild->node_ || oldChild->node_.parent() != node_) return false;
   if (!node_.insert_move_before(newChild->node_, oldChild->node_)) return false;
+  Unpark(newChild->node_);
   node_.remove_child(oldChild->node_);
   oldChild->node_ = pugi::xml_node();
   return true;
@@ -94,15 +148,49 @@ std::unique_ptr<KvxXMLNode> KvxXMLNodeList::GetItem(int index) const {
 // --- KvxXMLDocument --------------------------------------------------------------------------
 
 KvxXMLDocument::KvxXMLDocument() = default;
-KvxXMLDocument::~KvxXMLDocument() = default;
+
+KvxXMLDocument::~KvxXMLDocument() {
+  // Handles to parked nodes may outlive the document; they must then leave its memory alone.
+  std::erase_if(ParkedNodes(), [this](const auto& entry) { return entry.second.document == this; });
+}
 
 namespace {
-std::wstring ParseError(const pugi::xml_parse_result& result, const std::string& text) {
-  // Line numbers are what a user can act on; pugixml reports byte offsets.
-  const auto offset = static_cast<size_t>(result.offset);
+// Line numbers are what a user can act on; pugixml reports byte offsets.
+std::wstring LineOf(std::ptrdiff_t offset, const std::string& text) {
   size_t line = 1;
-  for (size_t i = 0; i < offset && i < text.size(); ++i) line += text[i] == '\n';
-  return L"line " + std::to_wstring(line) + L": " + Widen(result.description());
+  for (size_t i = 0; offset > 0 && i < static_cast<size_t>(offset) && i < text.size(); ++i) line += text[i] == '\n';
+  return L"line " + std::to_wstring(line) + L": ";
+}
+
+// What the lenient parser lets through but other readers refuse: a second top-level element and an
+// attribute given twice. Empty when the document is well-formed.
+std::wstring WellFormednessProblem(const pugi::xml_document& parsed, const std::string& text) {
+  int roots = 0;
+  for (pugi::xml_node top : parsed.children()) {
+    if (top.type() == pugi::node_element && ++roots > 1) {
+      return LineOf(top.offset_debug(), text) + L"more than one root element";
+    }
+  }
+  if (roots == 0) return L"the document has no root element";
+  std::wstring problem;
+  struct Walker : pugi::xml_tree_walker {
+    const std::string* source = nullptr;
+    std::wstring* found = nullptr;
+    bool for_each(pugi::xml_node& node) override {
+      for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+        for (pugi::xml_attribute b = a.next_attribute(); b; b = b.next_attribute()) {
+          if (std::string_view(a.name()) != b.name()) continue;
+          *found = LineOf(node.offset_debug(), *source) + L"attribute " + Widen(a.name()) + L" is given twice";
+          return false;
+        }
+      }
+      return true;
+    }
+  } walker;
+  walker.source = &text;
+  walker.found = &problem;
+  const_cast<pugi::xml_document&>(parsed).traverse(walker);
+  return problem;
 }
 }  // namespace
 
@@ -111,14 +199,20 @@ bool KvxXMLDocument::LoadText(const std::string& utf8, std::wstring& error) {
   const pugi::xml_parse_result result = fresh.load_buffer(utf8.data(), utf8.size(), pugi::parse_default,
                                                           pugi::encoding_utf8);
   if (!result) {
-    error = ParseError(result, utf8);
+    error = LineOf(result.offset, utf8) + Widen(result.description());
     return false;
   }
-  if (!fresh.document_element()) {
-    error = L"the document has no root element";
+  if (std::wstring problem = WellFormednessProblem(fresh, utf8); !problem.empty()) {
+    error = problem;
     return false;
   }
-  doc_.reset(fresh);
+  // The content is replaced, the parked nodes stay: their handles are still held by someone.
+  ClearContent(doc_);
+  const pugi::xml_node staging = doc_.child(kStagingName);
+  for (pugi::xml_node child : fresh.children()) {
+    if (staging) doc_.insert_copy_before(child, staging);
+    else doc_.append_copy(child);
+  }
   return true;
 }
 
@@ -174,9 +268,11 @@ bool KvxXMLDocument::IsParked(pugi::xml_node node) const {
 }
 
 std::unique_ptr<KvxXMLNode> KvxXMLDocument::CreateNode(const std::wstring& name) {
-  if (name.empty()) return nullptr;
-  pugi::xml_node node = Staging().append_child(Narrow(name).c_str());
+  const std::string narrowName = Narrow(name);
+  if (!IsXmlName(narrowName)) return nullptr;
+  pugi::xml_node node = Staging().append_child(narrowName.c_str());
   if (!node) return nullptr;
+  ParkedNodes()[node.internal_object()] = ParkedNode{this, 0};
   return std::make_unique<KvxXMLNode>(this, node);
 }
 
@@ -190,7 +286,8 @@ std::unique_ptr<KvxXMLNode> KvxXMLDocument::GetRootNode() {
 }
 
 std::unique_ptr<KvxXMLNode> KvxXMLDocument::CreateRootNode(const std::wstring& name) {
-  doc_.reset();
-  pugi::xml_node root = doc_.append_child(Narrow(name).c_str());
+  ClearContent(doc_);
+  // Ahead of the parked nodes, so the root is the document's first element.
+  pugi::xml_node root = doc_.prepend_child(Narrow(name).c_str());
   return std::make_unique<KvxXMLNode>(this, root);
 }

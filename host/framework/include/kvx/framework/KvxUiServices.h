@@ -35,3 +35,9 @@ KVX_FRAMEWORK_API IKvxMessageBoxService* SetMessageBoxService(IKvxMessageBoxServ
 KVX_FRAMEWORK_API IKvxRuleDialogService* GetRuleDialogService();
 // Installs `service` (null: no dialog available) and returns the one installed before.
 KVX_FRAMEWORK_API IKvxRuleDialogService* SetRuleDialogService(IKvxRuleDialogService* service);
+
+// How the last rule dialog ended (KVX_IDOK or KVX_IDCANCEL). Every dialog that edits a rule reports its
+// result here, so a host can tell after EditRule whether anything was accepted; KVX_IDCANCEL until a dialog
+// reports, and after a dialog could not be shown.
+KVX_FRAMEWORK_API void KvxSetLastDialogResult(int result);
+KVX_FRAMEWORK_API int KvxLastDialogResult();
