@@ -44,14 +44,16 @@ bool BuildRequests(const SheetCommandOptions& options, std::vector<kvx::params::
   return true;
 }
 
+// Written text by text rather than built as one document: a big table is not held twice.
 void WriteJson(const kvx::params::SpreadsheetTable& table, std::ostream& out) {
-  nlohmann::json columns = nlohmann::json::array();
-  for (const auto& column : table) {
-    nlohmann::json texts = nlohmann::json::array();
-    for (const auto& text : column) texts.push_back(Narrow(text));
-    columns.push_back(std::move(texts));
+  out << '[';
+  for (std::size_t index = 0; index < table.size(); ++index) {
+    out << (index == 0 ? "[" : ",[");
+    for (std::size_t row = 0; row < table[index].size(); ++row)
+      out << (row == 0 ? "" : ",") << nlohmann::json(Narrow(table[index][row])).dump();
+    out << ']';
   }
-  out << columns.dump() << "\n";
+  out << "]\n";
 }
 
 void WriteText(const std::vector<std::string>& letters, const kvx::params::SpreadsheetTable& table,

@@ -123,6 +123,7 @@ TEST_P(BothRoadsTest, LayoutSampleGivesTheSameTable) {
 
 TEST_P(BothRoadsTest, KindFourGivesFixedNumbersAndKeepsTexts) {
   const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"E", L"A"}, kvx::sheet::kColumnKindFixed));
+  ASSERT_EQ(table.size(), 2u);
   EXPECT_THAT(table[0], ElementsAre(L"100000.000000", L"-3.000000", L"1.250000", L"0.000000", L"123456.789000"));
   EXPECT_THAT(table[1], ElementsAre(L"Over", L"0.000000", L"3.000000", L"6.500000", L"10.000000"));
 }
@@ -148,7 +149,7 @@ TEST_F(SpreadsheetTest, ExtensionChoosesTheRoad) {
   EXPECT_EQ(Failure(folder / "book.xls"), L"text 2534");
   // ".XLSX" in capitals still takes the helper.
   fs::copy_file(Sample("layout.xlsx"), folder / "BOOK.XLSX");
-  EXPECT_THAT(Read(folder / "BOOK.XLSX", Columns({L"B"}))[0], ElementsAre(L"x", L"", L"2.5"));
+  EXPECT_THAT(Read(folder / "BOOK.XLSX", Columns({L"B"})), ElementsAre(Column{L"x", L"", L"2.5"}));
 }
 
 TEST_F(SpreadsheetTest, WorkbookRoadSetsTheModuleLastRowAndTheHelperDoesNot) {
@@ -233,6 +234,7 @@ TEST_F(SpreadsheetTest, ForeignWorkbookWithPrefixesSharedStringsAndCellsWithoutR
                      R"(<x:row r="4"><x:c r="A4"><x:v>4.5</x:v></x:c><x:c r="B4" s="3"/></x:row>)"
                      R"(</x:sheetData></x:worksheet>)"));
   const SpreadsheetTable table = Read(book, Columns({L"A", L"B", L"C"}));
+  ASSERT_EQ(table.size(), 3u);
   EXPECT_THAT(table[0], ElementsAre(L"plain", L"4.0", L"line\rend & more", L"4.5", L"5.0"));
   EXPECT_THAT(table[1], ElementsAre(L"rich text"));  // a boolean, an error and a styled blank read as empty
   EXPECT_THAT(table[2], ElementsAre(L"inline", L"formula", L"25.0"));  // a bad string index reads as empty

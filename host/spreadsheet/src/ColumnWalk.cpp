@@ -1,6 +1,6 @@
 #include "kvx/spreadsheet/ColumnWalk.h"
 
-#include <fmt/xchar.h>
+#include <charconv>
 
 #include "kvx/params/ValueUtils.h"
 
@@ -10,9 +10,14 @@ namespace {
 // Ten empty cells in a row end a column; fewer are a gap inside the table.
 constexpr int kEmptyCellsThatEndAColumn = 10;
 
-// The second conversion: fixed notation with six decimals, the form the rule XML stores doubles in,
-// so a column of kind 4 hands its values on digit for digit.
-std::wstring FixedNumberText(double value) { return fmt::format(L"{:f}", value); }
+// The second conversion: fixed notation with six decimals ("%f"), the form the rule XML stores doubles
+// in, so a column of kind 4 hands its values on digit for digit. std::to_chars gives the same digits as
+// printf, several times faster on the long columns of a big table.
+std::wstring FixedNumberText(double value) {
+  char digits[32 + 308];  // sign, 309 integer digits of the largest double, point, six decimals
+  const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, 6);
+  return error == std::errc() ? std::wstring(digits, end) : std::wstring();
+}
 
 std::wstring NumberText(double value, std::int32_t kind) {
   return kind == kColumnKindFixed ? FixedNumberText(value) : kvx::params::DoubleToShortText(value);

@@ -226,17 +226,52 @@ bool ParseNumber(std::string_view text, double& number) {
   return !text.empty() && ec == std::errc() && end == text.data() + text.size();
 }
 
+// The texts of the workbook's shared string table, in their items; empty when there is none.
+struct SharedStrings {
+  XmlPart part;
+  std::vector<pugi::xml_node> items;
+
+  bool Load(zip_t* archive, const std::vector<Relationship>& relationships) {
+    const std::string name = TargetOfType(relationships, "sharedStrings");
+    if (name.empty()) return true;  // a workbook without texts, or one whose texts are all inline
+    if (!part.Load(archive, name)) return false;
+    for (pugi::xml_node item : Child(part.document, "sst").children())
+      if (Named(item, "si")) items.push_back(item);
+    return true;
+  }
+};
+
+// The value of a cell element, read as the sheet would hand it out.
+CellValue ValueOf(const pugi::xml_node& cell, const SharedStrings& strings) {
+  const std::string_view type = cell.attribute("t").value();
+  const pugi::xml_node valueNode = Child(cell, "v");
+  const char* text = valueNode.child_value();
+  if (type == "s") {
+    const std::size_t index = std::strtoull(text, nullptr, 10);
+    if (*text == '\0' || index >= strings.items.size()) return {CellType::Error, 0.0, {}};
+    return {CellType::Text, 0.0, RichText(strings.items[index])};
+  }
+  if (type == "inlineStr") return {CellType::Text, 0.0, RichText(Child(cell, "is"))};
+  if (type == "str") return {CellType::Text, 0.0, kvx::platform::Widen(DecodeEscapedCharacters(text))};
+  if (type == "b") return {CellType::Bool, std::string_view(text) == "1" ? 1.0 : 0.0, {}};
+  if (type == "e") return {CellType::Error, 0.0, {}};
+  if (type == "d") return {CellType::Date, 0.0, {}};
+  if (!valueNode) return {};  // a styled cell without a value is empty
+  double number = 0.0;
+  if (!ParseNumber(text, number)) return {CellType::Error, 0.0, {}};
+  return {CellType::Double, number, {}};
+}
+
 struct CellAt {
   std::int32_t row;
-  pugi::xml_node_struct* cell;
+  CellValue value;
 };
 
 }  // namespace
 
+// The values of the requested columns only, taken out of the sheet when it is opened, so the inflated
+// XML and its parse are given back before the texts of the table are made.
 struct XlsxSheet::Impl {
-  XmlPart sharedStringsPart;
-  std::vector<pugi::xml_node> sharedStrings;
-  XmlPart sheetPart;
   // Slot of each column number (0 for columns nobody asked for) and the cells of each slot by row.
   std::vector<std::size_t> slotOfColumn = std::vector<std::size_t>(1, 0);
   std::vector<std::vector<CellAt>> cellsOfSlot = std::vector<std::vector<CellAt>>(1);
@@ -246,10 +281,8 @@ struct XlsxSheet::Impl {
   std::int32_t cachedColumn = 0;
 
   void PlanColumns(const std::vector<ColumnRequest>& requests);
-  bool LoadSharedStrings(zip_t* archive, const std::vector<Relationship>& relationships);
-  void CollectCells(const pugi::xml_node& worksheet);
+  void CollectCells(const pugi::xml_node& worksheet, const SharedStrings& strings);
   const CellAt* Find(std::int32_t column, std::int32_t row);
-  CellValue ValueOf(const pugi::xml_node& cell) const;
 };
 
 void XlsxSheet::Impl::PlanColumns(const std::vector<ColumnRequest>& requests) {
@@ -264,16 +297,7 @@ void XlsxSheet::Impl::PlanColumns(const std::vector<ColumnRequest>& requests) {
   }
 }
 
-bool XlsxSheet::Impl::LoadSharedStrings(zip_t* archive, const std::vector<Relationship>& relationships) {
-  const std::string part = TargetOfType(relationships, "sharedStrings");
-  if (part.empty()) return true;  // a workbook without texts, or one whose texts are all inline
-  if (!sharedStringsPart.Load(archive, part)) return false;
-  for (pugi::xml_node item : Child(sharedStringsPart.document, "sst").children())
-    if (Named(item, "si")) sharedStrings.push_back(item);
-  return true;
-}
-
-void XlsxSheet::Impl::CollectCells(const pugi::xml_node& worksheet) {
+void XlsxSheet::Impl::CollectCells(const pugi::xml_node& worksheet, const SharedStrings& strings) {
   const pugi::xml_node sheetData = Child(worksheet, "sheetData");
   std::int32_t rowNumber = 0;
   for (pugi::xml_node row : sheetData.children()) {
@@ -295,7 +319,7 @@ void XlsxSheet::Impl::CollectCells(const pugi::xml_node& worksheet) {
       }
       if (column < 1 || static_cast<std::size_t>(column) >= slotOfColumn.size() || cellRow > kMaxRow) continue;
       if (const std::size_t slot = slotOfColumn[column]; slot != 0)
-        cellsOfSlot[slot].push_back({cellRow, cell.internal_object()});
+        cellsOfSlot[slot].push_back({cellRow, ValueOf(cell, strings)});
     }
   }
   for (auto& cells : cellsOfSlot) {
@@ -317,27 +341,6 @@ const CellAt* XlsxSheet::Impl::Find(std::int32_t column, std::int32_t row) {
   }
   if (next >= cells.size() || cells[next].row != row) return nullptr;
   return &cells[next++];
-}
-
-CellValue XlsxSheet::Impl::ValueOf(const pugi::xml_node& cell) const {
-  const std::string_view type = cell.attribute("t").value();
-  const pugi::xml_node valueNode = Child(cell, "v");
-  const char* text = valueNode.child_value();
-  CellValue value;
-  if (type == "s") {
-    const std::size_t index = std::strtoull(text, nullptr, 10);
-    if (*text == '\0' || index >= sharedStrings.size()) return {CellType::Error, 0.0, {}};
-    return {CellType::Text, 0.0, RichText(sharedStrings[index])};
-  }
-  if (type == "inlineStr") return {CellType::Text, 0.0, RichText(Child(cell, "is"))};
-  if (type == "str") return {CellType::Text, 0.0, kvx::platform::Widen(DecodeEscapedCharacters(text))};
-  if (type == "b") return {CellType::Bool, std::string_view(text) == "1" ? 1.0 : 0.0, {}};
-  if (type == "e") return {CellType::Error, 0.0, {}};
-  if (type == "d") return {CellType::Date, 0.0, {}};
-  if (!valueNode) return value;  // a styled cell without a value is empty
-  double number = 0.0;
-  if (!ParseNumber(text, number)) return {CellType::Error, 0.0, {}};
-  return {CellType::Double, number, {}};
 }
 
 XlsxSheet::XlsxSheet(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -365,11 +368,13 @@ std::unique_ptr<XlsxSheet> XlsxSheet::Open(const std::wstring& path, const std::
 
   auto impl = std::make_unique<Impl>();
   impl->PlanColumns(requests);
-  if (!impl->LoadSharedStrings(archive.get(), relationships)) return nullptr;
-  if (!impl->sheetPart.Load(archive.get(), target->target)) return nullptr;
-  const pugi::xml_node worksheet = impl->sheetPart.document.document_element();
+  SharedStrings strings;
+  if (!strings.Load(archive.get(), relationships)) return nullptr;
+  XmlPart sheetPart;
+  if (!sheetPart.Load(archive.get(), target->target)) return nullptr;
+  const pugi::xml_node worksheet = sheetPart.document.document_element();
   if (!worksheet) return nullptr;
-  impl->CollectCells(worksheet);
+  impl->CollectCells(worksheet, strings);
   error = XlsxOpenError::None;
   return std::unique_ptr<XlsxSheet>(new XlsxSheet(std::move(impl)));
 }
@@ -381,7 +386,7 @@ CellRead XlsxSheet::Read(const std::wstring& letter, std::int32_t row, CellValue
   }
   if (impl_->cachedColumn == 0 || row < 1 || row > kMaxRow) return CellRead::NoSuchCell;
   const CellAt* found = impl_->Find(impl_->cachedColumn, row);
-  value = found ? impl_->ValueOf(pugi::xml_node(found->cell)) : CellValue{};
+  value = found ? found->value : CellValue{};
   return CellRead::Value;
 }
 

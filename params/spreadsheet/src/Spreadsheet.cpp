@@ -32,6 +32,17 @@ std::wstring JoinNumbers(const std::vector<std::size_t>& numbers) {
   return joined;
 }
 
+// The helper beside the binary that holds this reader when it is there, as the loader of the system the
+// module was made for looks in the program's own folder first; otherwise the bare file name, for the
+// loader's search path.
+std::wstring HelperLibrary() {
+  const std::wstring fileName = kvx::platform::LibraryFileName(kvx::sheet::kHelperLibraryName);
+  const std::wstring self = kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&HelperLibrary));
+  if (self.empty()) return fileName;
+  const std::wstring beside = kvx::platform::JoinPath(kvx::platform::ParentPath(self), fileName);
+  return kvx::platform::FileExists(beside) ? beside : fileName;
+}
+
 }  // namespace
 
 namespace detail {
@@ -54,10 +65,7 @@ bool ReadThroughHelper(const std::wstring& library, const std::wstring& path,
 
 bool ReadSpreadsheet(const std::wstring& path, const std::vector<ColumnRequest>& requests,
                      SpreadsheetTable& table, std::wstring& error) {
-  if (HasXlsxExtension(path)) {
-    const std::wstring helper = kvx::platform::LibraryFileName(kvx::sheet::kHelperLibraryName);
-    return detail::ReadThroughHelper(helper, path, requests, table, error);
-  }
+  if (HasXlsxExtension(path)) return detail::ReadThroughHelper(HelperLibrary(), path, requests, table, error);
   return detail::ReadThroughWorkbookRoad(path, requests, table, error);
 }
 
