@@ -86,7 +86,8 @@ int main(int argc, char** argv) {
   std::wstring error;
   std::wstring warning;
   auto host = kvxim::ModuleHost::Load(kvx::platform::Widen(database), error, warning);
-  if (!warning.empty()) std::cerr << "kvxim: " << kvx::platform::Narrow(warning) << "\n";
+  // The materials command reports a bad database itself, in one line.
+  if (!warning.empty() && !app.got_subcommand("materials")) std::cerr << "kvxim: " << kvx::platform::Narrow(warning) << "\n";
   if (!host) {
     std::cerr << "kvxim: " << kvx::platform::Narrow(error) << "\n";
     return 1;
