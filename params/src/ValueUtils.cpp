@@ -1,7 +1,7 @@
 #include "kvx/params/ValueUtils.h"
 
+#include <charconv>
 #include <cmath>
-#include <cwchar>
 #include <sstream>
 
 #include "kvx/params/ResourceText.h"
@@ -110,8 +110,12 @@ double ToDouble(const std::wstring& text) {
   if (first == std::wstring::npos) return 0.0;
   const auto last = text.find_last_not_of(L" \t\r\n\v\f");
   const std::wstring trimmed = text.substr(first, last - first + 1);
-  const std::wstring digits = trimmed.substr(0, trimmed.find_first_not_of(kNumberCharacters));
-  return std::wcstod(digits.c_str(), nullptr);
+  const std::string digits = kvx::platform::Narrow(trimmed.substr(0, trimmed.find_first_not_of(kNumberCharacters)));
+  // Read with "." whatever the process locale says: a host toolkit may switch the C library to a
+  // decimal comma, and the conversion would then stop at the ".".
+  double value = 0.0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  return value;
 }
 
 std::wstring NormaliseNumberText(const std::wstring& text) {
