@@ -164,7 +164,7 @@ std::wstring LineOf(std::ptrdiff_t offset, const std::string& text) {
 
 // What the lenient parser lets through but other readers refuse: a second top-level element and an
 // attribute given twice. Empty when the document is well-formed.
-std::wstring WellFormednessProblem(const pugi::xml_document& parsed, const std::string& text) {
+std::wstring WellFormednessProblem(pugi::xml_document& parsed, const std::string& text) {
   int roots = 0;
   for (pugi::xml_node top : parsed.children()) {
     if (top.type() == pugi::node_element && ++roots > 1) {
@@ -189,7 +189,7 @@ std::wstring WellFormednessProblem(const pugi::xml_document& parsed, const std::
   } walker;
   walker.source = &text;
   walker.found = &problem;
-  const_cast<pugi::xml_document&>(parsed).traverse(walker);
+  parsed.traverse(walker);
   return problem;
 }
 }  // namespace
