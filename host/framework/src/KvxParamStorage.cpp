@@ -12,7 +12,9 @@ CKvxParamStorage::CKvxParamStorage(Type_e valueType, long id, KvxOperator_e op, 
 CKvxParamStorage::~CKvxParamStorage() = default;
 
 void CKvxParamStorage::CopyDefinitionFrom(const CKvxParamStorage& other) {
+  // Name and remarks are never read back from a "Parameter" element, so a copy must carry them.
   csName = other.csName;
+  csRemarks = other.csRemarks;
   operatorOptions = other.operatorOptions;
   csSymbol = other.csSymbol;
   csUnit = other.csUnit;
