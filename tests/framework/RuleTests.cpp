@@ -1,0 +1,396 @@
+// The rule base with its parameters and constraints: the "Constraint" element and its round trip,
+// InitConstraints, constraint lookups, and the user-interface services a rule reaches.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "kvx/framework/KvxConstraint.h"
+#include "kvx/framework/KvxRule.h"
+#include "kvx/framework/KvxUiServices.h"
+#include "kvx/framework/KvxXML.h"
+#include "kvx/platform/Text.h"
+
+using kvx::platform::Narrow;
+
+namespace {
+// The document the test parameters write into, as a rule module keeps its own.
+KvxXMLDocument* g_document = nullptr;
+
+// A minimal double parameter: a "Parameter" element with "Type" = id and one "Value" child per value.
+class TestParam final : public CKvxParamStorage {
+ public:
+  TestParam(long id, KvxOperator_e op, KvxParamType_e paramType, bool firstFlag, bool secondFlag)
+      : CKvxParamStorage(KVX_TYPE_DOUBLE, id, op, paramType, firstFlag, secondFlag) {}
+
+  int GetValueCount() const override { return static_cast<int>(values.size()); }
+  void SetValueCount(int count) override { values.resize(count < 0 ? 0 : static_cast<size_t>(count)); }
+  void ResetValues() override { values.clear(); }
+  std::vector<double>* GetDoubleValues() override { return &values; }
+  std::vector<KvxValueView> DescribeValues() const override { return {values.begin(), values.end()}; }
+
+  std::unique_ptr<KvxXMLNode> GetParameterXML() override {
+    if (!g_document) return nullptr;
+    auto element = g_document->CreateNode(L"Parameter");
+    element->AddAttribute(L"Type", std::to_wstring(lId));
+    for (double value : values) {
+      auto child = g_document->CreateNode(L"Value");
+      child->SetNodeValue(std::to_wstring(value));
+      element->AppendNode(child.get());
+    }
+    return element;
+  }
+
+  void PopulateParameterFromXML(KvxXMLNode* ruleNode) override {
+    if (!ruleNode) return;
+    const auto list = ruleNode->GetNodeList(L"Parameter");
+    for (int i = 0; i < list->GetSize(); ++i) {
+      const auto element = list->GetItem(i);
+      std::wstring type;
+      if (!element->GetAttributeValue(L"Type", type) || type != std::to_wstring(lId)) continue;
+      values.clear();
+      const auto texts = element->GetNodeList(L"Value");
+      for (int k = 0; k < texts->GetSize(); ++k) values.push_back(std::wcstod(texts->GetItem(k)->GetNodeValue().c_str(), nullptr));
+      return;
+    }
+  }
+
+  std::vector<double> values;
+};
+
+// A rule whose storage is TestParam for doubles and nothing for any other type.
+class TestRule : public CKvxRule {
+ public:
+  TestParam& Add(long id, std::vector<double> values) {
+    auto parameter = CreateParamStorageObject(KVX_TYPE_DOUBLE, id, KVX_OP_GREATER_EQUAL, 8, true, false);
+    auto* raw = static_cast<TestParam*>(parameter.get());
+    raw->values = std::move(values);
+    AddParameter(std::move(parameter));
+    return *raw;
+  }
+
+ protected:
+  std::unique_ptr<CKvxParamStorage> NewParamStorage(Type_e valueType, long id, KvxOperator_e op,
+                                                    KvxParamType_e paramType, bool firstFlag,
+                                                    bool secondFlag) const override {
+    if (valueType != KVX_TYPE_DOUBLE) return nullptr;
+    return std::make_unique<TestParam>(id, op, paramType, firstFlag, secondFlag);
+  }
+};
+
+std::vector<double> ValuesOf(CKvxParamStorage* parameter) {
+  return parameter && parameter->GetDoubleValues() ? *parameter->GetDoubleValues() : std::vector<double>{};
+}
+
+// Records message boxes for the scope.
+class MessageLog final : public IKvxMessageBoxService {
+ public:
+  MessageLog() : previous_(SetMessageBoxService(this)) {}
+  ~MessageLog() override { SetMessageBoxService(previous_); }
+  int Show(const std::wstring& text, const std::wstring& caption, KvxMessageIcon icon) override {
+    texts.push_back(text);
+    captions.push_back(caption);
+    icons.push_back(icon);
+    return KVX_IDOK;
+  }
+  std::vector<std::wstring> texts;
+  std::vector<std::wstring> captions;
+  std::vector<KvxMessageIcon> icons;
+
+ private:
+  IKvxMessageBoxService* previous_;
+};
+}  // namespace
+
+class RuleWithDocument : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    g_document = &document_;
+    root_ = document_.CreateRootNode(L"RuleSet");
+  }
+  void TearDown() override { g_document = nullptr; }
+
+  // Loads `xml` and returns its root element.
+  std::unique_ptr<KvxXMLNode> Load(const std::string& xml) {
+    std::wstring error;
+    EXPECT_TRUE(document_.LoadText(xml, error)) << Narrow(error);
+    root_ = document_.GetRootNode();
+    return document_.GetRootNode();
+  }
+
+  KvxXMLDocument document_;
+  std::unique_ptr<KvxXMLNode> root_;
+};
+
+// --- The "Constraint" element --------------------------------------------------------------------
+
+TEST_F(RuleWithDocument, ConstraintElementHoldsItsAttributesInOrderAndOneParameterEach) {
+  TestRule rule;
+  CKVXConstraint constraint(3, L"PA 66 GF30", false);
+  auto first = rule.CreateParamStorageObject(KVX_TYPE_DOUBLE, 2077, KVX_OP_RANGE, 8, true, false);
+  static_cast<TestParam*>(first.get())->values = {0.5, 1.5};
+  constraint.AddParameter(std::move(first));
+  constraint.AddParameter(rule.CreateParamStorageObject(KVX_TYPE_DOUBLE, 2102, KVX_OP_RANGE, 8, true, false));
+  constraint.AddParameter(nullptr);
+  ASSERT_EQ(constraint.Parameters().size(), 2u);
+
+  EXPECT_EQ(constraint.GetXMLNode(nullptr), nullptr);
+  auto element = constraint.GetXMLNode(&document_);
+  ASSERT_TRUE(element);
+  ASSERT_TRUE(root_->AppendNode(element.get()));
+  element.reset();
+  EXPECT_EQ(document_.ToText(),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<RuleSet>\n"
+            "  <Constraint Type=\"3\" Value=\"PA 66 GF30\" Status=\"0\">\n"
+            "    <Parameter Type=\"2077\">\n"
+            "      <Value>0.500000</Value>\n"
+            "      <Value>1.500000</Value>\n"
+            "    </Parameter>\n"
+            "    <Parameter Type=\"2102\" />\n"
+            "  </Constraint>\n"
+            "</RuleSet>\n");
+}
+
+TEST_F(RuleWithDocument, ConstraintRoundTripsThroughText) {
+  TestRule rule;
+  CKVXConstraint written(7, L"Gr\u00f6\u00dfe & <Sorte>", true);
+  written.bSecondFlag = true;
+  auto parameter = rule.CreateParamStorageObject(KVX_TYPE_DOUBLE, 2468, KVX_OP_LESS, 8, true, false);
+  static_cast<TestParam*>(parameter.get())->values = {2.0, 0.25};
+  written.AddParameter(std::move(parameter));
+  auto element = written.GetXMLNode(&document_);
+  root_->AppendNode(element.get());
+  const std::string text = document_.ToText();
+
+  KvxXMLDocument reread;
+  std::wstring error;
+  ASSERT_TRUE(reread.LoadText(text, error)) << Narrow(error);
+  const auto node = reread.GetRootNode()->SelectSingleNode(L"Constraint");
+  CKVXConstraint read(0, L"", false);
+  read.AddParameter(rule.CreateParamStorageObject(KVX_TYPE_DOUBLE, 2468, KVX_OP_LESS, 8, true, false));
+  read.PopulateFromXML(node.get());
+  EXPECT_EQ(read.iType, 7);
+  EXPECT_EQ(read.csName, written.csName);
+  EXPECT_TRUE(read.bStatus);
+  EXPECT_EQ(ValuesOf(read.FindParameterInArray(2468)), (std::vector<double>{2.0, 0.25}));
+  EXPECT_EQ(read.FindParameterInArray(9999), nullptr);
+}
+
+TEST_F(RuleWithDocument, ConstraintReadKeepsWhatTheElementDoesNotSay) {
+  auto root = Load("<RuleSet><Constraint/><Constraint Status='0'/><Constraint Status='yes' Type='x'/></RuleSet>");
+  const auto list = root->GetNodeList(L"Constraint");
+  CKVXConstraint constraint(4, L"kept", true);
+  constraint.PopulateFromXML(list->GetItem(0).get());
+  EXPECT_EQ(constraint.iType, 4);
+  EXPECT_EQ(constraint.csName, L"kept");
+  EXPECT_TRUE(constraint.bStatus);
+  constraint.PopulateFromXML(list->GetItem(1).get());
+  EXPECT_FALSE(constraint.bStatus);
+  constraint.PopulateFromXML(list->GetItem(2).get());
+  EXPECT_TRUE(constraint.bStatus) << "any status but \"0\" is on";
+  EXPECT_EQ(constraint.iType, 0);
+  constraint.PopulateFromXML(nullptr);
+  EXPECT_EQ(constraint.csName, L"kept");
+}
+
+// --- InitConstraints -------------------------------------------------------------------------------
+
+TEST_F(RuleWithDocument, InitConstraintsBuildsOneConstraintPerElementFromTheRulesOwnParameters) {
+  TestRule rule;
+  TestParam& thickness = rule.Add(2077, {9.0});
+  thickness.csName = L"Wall thickness";
+  thickness.csSymbol = L"t";
+  thickness.csUnit = L"mm";
+  thickness.csRemarks = L"per material";
+  thickness.operatorOptions = {1, 7};
+  thickness.dRangeMin = 0.5;
+  thickness.dRangeMax = 4.0;
+  thickness.iDisplay = 1;
+  rule.Add(2102, {8.0});
+  rule.Add(3000, {7.0});
+
+  auto root = Load(R"(<Rule>
+      <Parameter Type="2077"><Value>99</Value></Parameter>
+      <Constraint Type="1" Value="ABS" Status="1">
+        <Parameter Type="2102"><Value>0.2</Value></Parameter>
+        <Parameter Type="2077"><Value>1.1</Value><Value>2.2</Value></Parameter>
+        <Parameter Type="5555"><Value>5</Value></Parameter>
+      </Constraint>
+      <Constraint Type="2" Value="PC" Status="0">
+        <Parameter Type="2077"><Value>3.3</Value></Parameter>
+      </Constraint>
+    </Rule>)");
+  rule.InitConstraints(root.get(), {2077, 2102, 5555});
+
+  ASSERT_EQ(rule.Constraints().size(), 2u);
+  const CKVXConstraint& abs = *rule.Constraints()[0];
+  EXPECT_EQ(abs.csName, L"ABS");
+  EXPECT_EQ(abs.iType, 1);
+  EXPECT_TRUE(abs.bStatus);
+  ASSERT_EQ(abs.Parameters().size(), 2u) << "5555 is no parameter of the rule, 3000 was not asked for";
+  EXPECT_EQ(abs.Parameters()[0]->lId, 2077) << "in the order of the ids given";
+  EXPECT_EQ(abs.Parameters()[1]->lId, 2102);
+  EXPECT_EQ(ValuesOf(abs.FindParameterInArray(2077)), (std::vector<double>{1.1, 2.2}))
+      << "read from the constraint's own element, not the rule's";
+  EXPECT_EQ(ValuesOf(abs.FindParameterInArray(2102)), (std::vector<double>{0.2}));
+
+  const CKVXConstraint& pc = *rule.Constraints()[1];
+  EXPECT_FALSE(pc.bStatus);
+  EXPECT_EQ(ValuesOf(pc.FindParameterInArray(2077)), (std::vector<double>{3.3}));
+  EXPECT_TRUE(ValuesOf(pc.FindParameterInArray(2102)).empty()) << "no element: no values";
+
+  const CKvxParamStorage* copy = pc.FindParameterInArray(2077);
+  EXPECT_EQ(copy->GetValueType(), KVX_TYPE_DOUBLE);
+  EXPECT_EQ(copy->iOperator, KVX_OP_GREATER_EQUAL);
+  EXPECT_EQ(copy->iParameterType, 8);
+  EXPECT_EQ(copy->csName, L"Wall thickness");
+  EXPECT_EQ(copy->csSymbol, L"t");
+  EXPECT_EQ(copy->csUnit, L"mm");
+  EXPECT_EQ(copy->csRemarks, L"per material");
+  EXPECT_EQ(copy->operatorOptions, (std::vector<long>{1, 7}));
+  EXPECT_EQ(copy->dRangeMin, 0.5);
+  EXPECT_EQ(copy->dRangeMax, 4.0);
+  EXPECT_EQ(copy->iDisplay, 1);
+  EXPECT_TRUE(copy->bFirstFlag);
+  EXPECT_EQ(ValuesOf(rule.FindParameterInArray(2077)), (std::vector<double>{9.0})) << "the rule keeps its own";
+}
+
+TEST_F(RuleWithDocument, InitConstraintsWithoutNodeOrStorage) {
+  TestRule rule;
+  rule.Add(2077, {1.0});
+  rule.InitConstraints(nullptr, {2077});
+  EXPECT_TRUE(rule.Constraints().empty());
+
+  auto root = Load("<Rule><Constraint Value='only'/></Rule>");
+  CKvxRule plain;  // the framework's own rule stores no parameters
+  EXPECT_EQ(plain.CreateParamStorageObject(KVX_TYPE_DOUBLE, 1, KVX_OP_EQUAL, 0, false, false), nullptr);
+  plain.InitConstraints(root.get(), {1});
+  ASSERT_EQ(plain.Constraints().size(), 1u);
+  EXPECT_TRUE(plain.Constraints()[0]->Parameters().empty());
+  EXPECT_TRUE(plain.Constraints()[0]->bStatus) << "a missing status is on";
+}
+
+TEST_F(RuleWithDocument, ConstraintLookupsIgnoreCaseAndTakeTheFirstMatch) {
+  TestRule rule;
+  rule.Add(2077, {});
+  auto root = Load(R"(<Rule>
+      <Constraint Value="Default"><Parameter Type="2077"><Value>1</Value></Parameter></Constraint>
+      <Constraint Value="DEFAULT"><Parameter Type="2077"><Value>2</Value></Parameter></Constraint>
+    </Rule>)");
+  rule.InitConstraints(root.get(), {2077});
+  EXPECT_EQ(ValuesOf(rule.FindParameterInConstraintArray(L"default", 2077)), (std::vector<double>{1.0}));
+  EXPECT_EQ(rule.FindParameterInConstraintArray(L"default", 2102), nullptr);
+  EXPECT_EQ(rule.FindParameterInConstraintArray(L"other", 2077), nullptr);
+  const auto parameters = rule.GetConstraintParameters(L"dEfAuLt");
+  ASSERT_EQ(parameters.size(), 1u);
+  EXPECT_EQ(ValuesOf(parameters[0]), (std::vector<double>{1.0}));
+  EXPECT_TRUE(rule.GetConstraintParameters(L"other").empty());
+
+  rule.ClearConstraints();
+  EXPECT_TRUE(rule.Constraints().empty());
+  rule.ClearParameterArray();
+  EXPECT_EQ(rule.FindParameterInArray(2077), nullptr);
+}
+
+// --- Rule base --------------------------------------------------------------------------------------
+
+TEST(RuleBase, CopyTakesIdentityAndStateButNotParameters) {
+  TestRule source;
+  source.m_csRuleName = L"Hole depth";
+  source.m_csSummary = L"summary";
+  source.m_iRuleId = 12150;
+  source.m_lRuleStatus = 1;
+  source.m_lRuleSeverity = 2;
+  source.SetRuleCategory(KVX_CATEGORY_INJECTION_MOULDING);
+  source.m_unitSystem = {KVX_UNIT_INCH, KVX_ANGLE_RADIAN};
+  source.m_textList = {L"a", L"b"};
+  source.Add(1, {1.0});
+
+  TestRule target;
+  CKvxRule& base = target;  // the copy operation belongs to the base class
+  base = &source;
+  EXPECT_EQ(target.m_csRuleName, L"Hole depth");
+  EXPECT_EQ(target.GetRuleId(), 12150);
+  EXPECT_EQ(target.m_lRuleSeverity, 2);
+  EXPECT_EQ(target.m_category, KVX_CATEGORY_INJECTION_MOULDING);
+  EXPECT_EQ(target.m_csCategoryText, L"9");
+  EXPECT_EQ(target.m_unitSystem.iLengthUnit, KVX_UNIT_INCH);
+  EXPECT_EQ(target.m_textList.size(), 2u);
+  EXPECT_TRUE(target.Parameters().empty());
+  base = static_cast<CKvxRule*>(nullptr);
+  EXPECT_EQ(target.GetRuleId(), 12150);
+}
+
+TEST(RuleBase, UnitUpdateTakesTheNewSystem) {
+  CKvxRule rule;
+  const RuleUnitSystemStructure from{KVX_UNIT_MM, KVX_ANGLE_DEGREE};
+  const RuleUnitSystemStructure to{KVX_UNIT_INCH, KVX_ANGLE_RADIAN};
+  rule.UpdateRule(&from, &to);
+  EXPECT_EQ(rule.m_unitSystem.iLengthUnit, KVX_UNIT_INCH);
+  EXPECT_EQ(rule.m_unitSystem.iAngleUnit, KVX_ANGLE_RADIAN);
+  rule.UpdateRule(&to, nullptr);
+  EXPECT_EQ(rule.m_unitSystem.iLengthUnit, KVX_UNIT_INCH);
+}
+
+// --- User-interface services -----------------------------------------------------------------------
+
+TEST(UiServices, WithoutADialogConfigureRuleTellsTheUserAndCancels) {
+  MessageLog log;
+  IKvxRuleDialogService* saved = SetRuleDialogService(nullptr);
+  CKvxRule rule;
+  KvxSetLastDialogResult(KVX_IDOK);
+  EXPECT_EQ(rule.ConfigureRule(kvx::platform::Picture{}), KVX_IDCANCEL);
+  EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
+  ASSERT_EQ(log.texts.size(), 1u);
+  EXPECT_FALSE(log.texts[0].empty());
+  EXPECT_EQ(log.captions[0], L"Korvex");
+  rule.EditRule();
+  EXPECT_EQ(log.texts.size(), 2u);
+  SetRuleDialogService(saved);
+}
+
+TEST(UiServices, InstalledDialogGetsTheRuleAndPictureAndDecides) {
+  struct Dialog final : IKvxRuleDialogService {
+    int ConfigureRule(CKvxRule& rule, const kvx::platform::Picture& picture) override {
+      seen = &rule;
+      format = picture.format;
+      return answer;
+    }
+    CKvxRule* seen = nullptr;
+    std::string format;
+    int answer = KVX_IDOK;
+  } dialog;
+  MessageLog log;
+  IKvxRuleDialogService* saved = SetRuleDialogService(&dialog);
+  EXPECT_EQ(GetRuleDialogService(), &dialog);
+  CKvxRule rule;
+  EXPECT_EQ(rule.ConfigureRule(kvx::platform::Picture{"svg", {1, 2}}), KVX_IDOK);
+  EXPECT_EQ(dialog.seen, &rule);
+  EXPECT_EQ(dialog.format, "svg");
+  EXPECT_EQ(KvxLastDialogResult(), KVX_IDOK) << "a host can tell afterwards how the dialog ended";
+  dialog.answer = KVX_IDCANCEL;
+  EXPECT_EQ(rule.ConfigureRule(kvx::platform::Picture{}), KVX_IDCANCEL);
+  EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
+  EXPECT_TRUE(log.texts.empty()) << "a host with a dialog shows no message";
+  EXPECT_EQ(SetRuleDialogService(saved), &dialog);
+}
+
+TEST(UiServices, MessageBoxServiceInstallsAndRestores) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(KvxMessageBox(L"Gr\u00f6\u00dfe", L"Korvex", KvxMessageIcon::Exclamation), KVX_IDOK);
+  KvxMessageBox(L"no caption");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Korvex: Gr\xC3\xB6\xC3\x9F" "e\nno caption\n");
+  {
+    MessageLog log;
+    KvxMessageBox(L"recorded", L"Korvex", KvxMessageIcon::Error);
+    ASSERT_EQ(log.texts.size(), 1u);
+    EXPECT_EQ(log.icons[0], KvxMessageIcon::Error);
+    MessageLog inner;
+    KvxMessageBox(L"inner");
+    EXPECT_EQ(inner.texts.size(), 1u);
+    EXPECT_EQ(log.texts.size(), 1u);
+  }
+  EXPECT_EQ(SetMessageBoxService(nullptr), nullptr) << "the console box is the default again";
+}
