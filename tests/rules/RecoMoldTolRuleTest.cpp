@@ -200,21 +200,21 @@ TEST_F(RecoMoldTolTest, MissingOverDropsOnlyAMaterialsFirstRow) {
 TEST_F(RecoMoldTolTest, NoUsableDatabaseLeavesAnEmptyTableSilently) {
   collectorPresent_ = false;
   auto noCollector = RuleFromTable(L"ABS,0,10,0.2,0.003");
-  EXPECT_THAT(noCollector->Constraints(), IsEmpty());
+  EXPECT_THAT(MaterialNames(*noCollector), IsEmpty());
   EXPECT_FALSE(noCollector->m_bInitialized);
 
   collectorPresent_ = true;
   collector_.succeeds = false;
-  EXPECT_THAT(RuleFromTable(L"ABS,0,10,0.2,0.003")->Constraints(), IsEmpty());
+  EXPECT_THAT(MaterialNames(*RuleFromTable(L"ABS,0,10,0.2,0.003")), IsEmpty());
   collector_.succeeds = true;
-  EXPECT_THAT(RuleFromTable(L"")->Constraints(), IsEmpty());
+  EXPECT_THAT(MaterialNames(*RuleFromTable(L"")), IsEmpty());
   EXPECT_THAT(messages_.messages, IsEmpty());
 }
 
 TEST_F(RecoMoldTolTest, WithoutTheApplicationObjectNothingIsLoaded) {
   kvx::params::Module().applicationPresent = false;
   auto rule = RuleFromTable(L"ABS,0,10,0.2,0.003");
-  EXPECT_THAT(rule->Constraints(), IsEmpty());
+  EXPECT_THAT(MaterialNames(*rule), IsEmpty());
   EXPECT_TRUE(rule->m_csRuleName.empty());
   EXPECT_EQ(rule->m_iRuleId, 0);
 }
@@ -384,25 +384,29 @@ class TemporaryMaterialDatabase {
     std::filesystem::remove_all(folder_, ignored);
   }
   bool Ready() const { return !folder_.empty(); }
+  const std::filesystem::path& Folder() const { return folder_; }
 
  private:
   std::filesystem::path folder_;
   std::optional<std::string> saved_;
 };
 
-// The only test that loads the database library, so that it can also see the library absent first.
 TEST_F(RecoMoldTolTest, FactoryDatabaseLoadedBesideTheModuleGivesTheFactoryMaterials) {
   TemporaryMaterialDatabase database;
   ASSERT_TRUE(database.Ready());
   const std::wstring binFolder = kvx::platform::Widen(KVX_BIN_DIR);
-  const std::wstring libraryPath = kvx::platform::JoinPath(binFolder, kvx::platform::LibraryFileName(L"KVXDatabaseu"));
+  const std::wstring fileName = kvx::platform::LibraryFileName(L"KVXDatabaseu");
+  const std::wstring libraryPath = kvx::platform::JoinPath(binFolder, fileName);
   ASSERT_TRUE(std::filesystem::exists(kvx::platform::Narrow(libraryPath))) << "KVXDatabaseu is not built";
+
+  // A copy that nobody has loaded is not used: the rule never loads the library itself.
+  const std::filesystem::path copy = database.Folder() / kvx::platform::Narrow(fileName);
+  std::filesystem::copy_file(kvx::platform::Narrow(libraryPath), copy);
+  const std::wstring copyFolder = kvx::platform::Widen(database.Folder().string());
+  kvx::rules::SetToleranceCollectorSource([&] { return kvx::rules::FindLoadedDatabaseCollector(copyFolder); });
+  EXPECT_THAT(MaterialNames(CKVXRecoMoldTolRule(nullptr)), IsEmpty());
+
   kvx::rules::SetToleranceCollectorSource([&] { return kvx::rules::FindLoadedDatabaseCollector(binFolder); });
-
-  // Not loaded yet: the rule never loads the library itself.
-  EXPECT_THAT(CKVXRecoMoldTolRule(nullptr).Constraints(), IsEmpty());
-  EXPECT_FALSE(kvx::rules::FindLoadedDatabaseCollector(binFolder).collector);
-
   std::wstring error;
   const auto library = kvx::platform::DynamicLibrary::Load(libraryPath, &error);
   ASSERT_TRUE(library) << kvx::platform::Narrow(error);
