@@ -110,6 +110,10 @@ constexpr int kMaterialAlreadyListed = 2524;       // format: material name
 constexpr int kIncompleteToleranceRow = 2529;      // message: a row with some but not all cells filled
 constexpr int kNominalDimensionCaption = 2542;     // caption, followed by "(<unit>)"
 constexpr int kToleranceCaption = 2543;            // caption, followed by "(<unit>)"
+constexpr int kMaterialColumn = 2544;              // header of the material list's name column
+constexpr int kMaterialRowsColumn = 2545;          // header of the material list's row-count column
+constexpr int kSeverityLabel = 2546;               // label of the dialogs' severity combo box
+constexpr int kImportSpreadsheetButton = 2547;     // button that imports a spreadsheet (also Ctrl+I)
 
 // ---- Spreadsheet reading ------------------------------------------------------------------------------
 constexpr int kSpreadsheetOpenFailed = 2532;       // the file could not be opened
