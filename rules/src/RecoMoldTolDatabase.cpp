@@ -1,7 +1,7 @@
 #include "kvx/rules/RecoMoldTolDatabase.h"
 
 // kvx_rules does not link the database's interface target, so its header is reached by path.
-#include "../../host/database/include/kvx_db/KVXDataHelper.h"
+#include "kvx_db/KVXDataHelper.h"
 #include "kvx/platform/Paths.h"
 
 namespace kvx::rules {

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <vector>
 
-#include "../../host/database/include/kvx_db/KVXDataHelper.h"
+#include "kvx_db/KVXDataHelper.h"
 #include "kvx/framework/KvxTypes.h"  // before the fixture, which uses KVX_IDOK
 #include "../support/ModuleFixture.h"
 #include "kvx/framework/KvxXML.h"

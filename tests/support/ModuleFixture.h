@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "kvx/framework/KvxTypes.h"
 #include "kvx/framework/KvxUiServices.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/params/ModuleContext.h"
