@@ -331,6 +331,15 @@ TEST_F(SpreadsheetTest, CheckSurvivesABadTranslation) {
   EXPECT_EQ(error, L"");
 }
 
+TEST_F(SpreadsheetTest, CheckFillsTheRealEnglishFormat) {
+  const auto english = kvx::platform::ResourceLibrary::Load(Wide(fs::path(KVX_BIN_DIR) / "res/english/libKVXIMRulesResu.so"));
+  ASSERT_NE(english, nullptr);
+  kvx::platform::ResourceScope scope(english.get());
+  std::wstring error;
+  EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}}, error));
+  EXPECT_THAT(kvx::platform::Narrow(error), testing::AllOf(HasSubstr("1, 3"), testing::Not(HasSubstr("%"))));
+}
+
 // --- The directory probe ---------------------------------------------------------------------------
 
 TEST_F(SpreadsheetTest, DirectoryProbe) {

@@ -2,6 +2,7 @@
 #include <type_traits>
 
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 #include "kvx/spreadsheet/ColumnWalk.h"
 #include "kvx/spreadsheet/SheetAbi.h"
 #include "kvx/spreadsheet/XlsxSheet.h"
@@ -23,19 +24,21 @@ bool ReadWorkbook(const wchar_t* path, const std::vector<ColumnRequest>& request
                   std::wstring& error) {
   table.clear();
   if (!path) {
-    SetError(error, kResFileCannotBeOpened);
+    SetError(error, kvx::res::kSpreadsheetOpenFailed);
     return false;
   }
   XlsxOpenError openError = XlsxOpenError::None;
   const auto sheet = XlsxSheet::Open(path, requests, openError);
   if (!sheet) {
-    SetError(error, openError == XlsxOpenError::CannotOpen ? kResFileCannotBeOpened : kResFileNotReadable);
+    // A file this reader cannot make sense of is reported like a missing reader, as the module does.
+    SetError(error, openError == XlsxOpenError::CannotOpen ? kvx::res::kSpreadsheetOpenFailed
+                                                           : kvx::res::kSpreadsheetAppMissing);
     return false;
   }
   // The module keeps its own last row; the helper's is not handed back through the export.
   std::int32_t lastRow = 0;
   if (!ReadColumns(*sheet, requests, table, lastRow)) {
-    SetError(error, kResFileNotReadable);
+    SetError(error, kvx::res::kSpreadsheetAppMissing);
     return false;
   }
   return true;
@@ -48,7 +51,7 @@ extern "C" __attribute__((visibility("default"))) bool ReadExcelAndFillTableColB
   try {
     return ReadWorkbook(path, requests, table, error);
   } catch (...) {  // out of memory on a huge sheet: a failure like any other, never an exception for the caller
-    SetError(error, kResFileNotReadable);
+    SetError(error, kvx::res::kSpreadsheetAppMissing);
     return false;
   }
 }

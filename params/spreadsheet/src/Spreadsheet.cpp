@@ -8,6 +8,7 @@
 #include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 #include "kvx/platform/Text.h"
 
 namespace kvx::params {
@@ -75,7 +76,7 @@ bool CheckSpreadsheetTable(const SpreadsheetTable& table, std::wstring& error) {
     if (table[index].empty()) emptyColumns.push_back(index + 1);
   if (emptyColumns.empty()) return true;
   // A translation whose placeholder does not fit gives a readable text rather than a crash.
-  error = FormatText(kvx::platform::LoadResString(kvx::sheet::kResEmptyColumns), JoinNumbers(emptyColumns));
+  error = FormatText(kvx::platform::LoadResString(kvx::res::kSpreadsheetEmptyColumns), JoinNumbers(emptyColumns));
   return false;
 }
 

@@ -6,6 +6,7 @@
 
 #include "../SpreadsheetRoads.h"
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 #include "kvx/platform/Text.h"
 #include "kvx/spreadsheet/ColumnWalk.h"
 
@@ -91,16 +92,17 @@ bool ReadThroughWorkbookRoad(const std::wstring& path, const std::vector<ColumnR
   const void* handle = nullptr;
   const int opened = freexl_open(kvx::platform::Narrow(path).c_str(), &handle);
   Workbook workbook(handle);  // closed on every road, a failed open included
-  if (opened == FREEXL_FILE_NOT_FOUND) return Fail(error, kvx::sheet::kResFileCannotBeOpened);
-  if (opened != FREEXL_OK) return Fail(error, kvx::sheet::kResFileNotReadable);
+  if (opened == FREEXL_FILE_NOT_FOUND) return Fail(error, kvx::res::kSpreadsheetOpenFailed);
+  // Anything else is a file this road has no reader for: the text of a missing spreadsheet reader.
+  if (opened != FREEXL_OK) return Fail(error, kvx::res::kSpreadsheetAppMissing);
   unsigned rows = 0;
   unsigned short columns = 0;
   if (freexl_select_active_worksheet(handle, 0) != FREEXL_OK ||
       freexl_worksheet_dimensions(handle, &rows, &columns) != FREEXL_OK)
-    return Fail(error, kvx::sheet::kResFileNotReadable);
+    return Fail(error, kvx::res::kSpreadsheetAppMissing);
   FreeXlSheet sheet(handle, rows, columns);
   if (!kvx::sheet::ReadColumns(sheet, requests, table, ModuleLastRow()))
-    return Fail(error, kvx::sheet::kResFileNotReadable);
+    return Fail(error, kvx::res::kSpreadsheetAppMissing);
   return true;
 }
 

@@ -32,12 +32,3 @@ using ReadExcelAndFillTableColByColFn = bool (*)(const wchar_t* path, const std:
 
 }  // namespace kvx::sheet
 
-namespace kvx::sheet {
-
-// Resource texts both sides report failures with.
-inline constexpr int kResFileCannotBeOpened = 2532;     // the file is missing or cannot be opened
-inline constexpr int kResApplicationNotStarted = 2533;  // the spreadsheet application could not be started
-inline constexpr int kResFileNotReadable = 2534;        // no reader for this file, or not a spreadsheet it reads
-inline constexpr int kResEmptyColumns = 2535;           // format: the numbers of the empty columns as one %s
-
-}  // namespace kvx::sheet
