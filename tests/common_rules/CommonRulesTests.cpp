@@ -58,7 +58,8 @@ class CommonRulesTest : public kvx::test::ModuleFixture {
   // Writes `rule` alone into a fresh rule set and reads it back; the "Rule" element.
   std::unique_ptr<KvxXMLNode> SaveAndReload(CKvxRule& rule) {
     root_ = document_->CreateRootNode(L"RuleSet");
-    return LoadRule(Place(rule.GetXML()));
+    const std::string text = Place(rule.GetXML());  // the node is released before the document is replaced
+    return LoadRule(text);
   }
 };
 
