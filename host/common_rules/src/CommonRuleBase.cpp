@@ -1,3 +1,4 @@
+#include <iterator>
 #include <optional>
 #include <utility>
 #include <vector>
