@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "kvx/framework/KvxTypes.h"  // before the fixture, which uses KVX_IDOK without including it
 #include "../support/ModuleFixture.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/module/RuleRecordXml.h"

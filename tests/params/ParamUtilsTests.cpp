@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 
-#include "kvx/framework/KvxTypes.h"  // before the fixture, which uses KVX_IDOK without including it
 #include "../support/ModuleFixture.h"
 #include "kvx/framework/KvxUnitConvertor.h"
 #include "kvx/params/ParamUtils.h"

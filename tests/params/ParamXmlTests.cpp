@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "kvx/framework/KvxTypes.h"  // before the fixture, which uses KVX_IDOK without including it
 #include "../support/ModuleFixture.h"
 #include "CanonicalXml.h"
 #include "kvx/params/TypedParamStorage.h"

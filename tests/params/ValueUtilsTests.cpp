@@ -13,7 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "kvx/framework/KvxTypes.h"  // before the fixture, which uses KVX_IDOK without including it
 #include "../support/ModuleFixture.h"
 #include "kvx/params/ResourceText.h"
 #include "kvx/params/ValueUtils.h"
