@@ -17,7 +17,9 @@ constexpr const wchar_t* kCommonRulesLibraryName = L"KVXCommonRulesu";
 constexpr const wchar_t* kAddinKey = L"SOFTWARE\\Tarvell\\QPL_PRODUCT\\Korvex\\Add-in";
 
 CKVXIMRulesApp* g_app = nullptr;
-std::unique_ptr<kvx::platform::DynamicLibrary> g_commonRules;
+// A plain pointer, not a smart one: module globals with destructors may be torn down before the
+// application object's shut-down runs, which frees this handle itself.
+kvx::platform::DynamicLibrary* g_commonRules = nullptr;
 
 std::wstring ResourceLibraryIn(const std::wstring& folder) {
   return kvx::platform::JoinPath(folder, kvx::platform::LibraryFileName(kResourceLibraryName));
@@ -39,7 +41,7 @@ std::wstring Truncated(std::wstring text, size_t length) {
 }  // namespace
 
 CKVXIMRulesApp* GetModuleApp() { return g_app; }
-kvx::platform::DynamicLibrary* GetCommonRulesLibrary() { return g_commonRules.get(); }
+kvx::platform::DynamicLibrary* GetCommonRulesLibrary() { return g_commonRules; }
 
 CKVXIMRulesApp::CKVXIMRulesApp() = default;
 CKVXIMRulesApp::~CKVXIMRulesApp() = default;
@@ -72,7 +74,7 @@ bool CKVXIMRulesApp::InitInstance() {
   module.defaultResources = m_hDefaultResource.get();
   module.materialWorkflow = m_bMaterialWorkflow;
 
-  g_commonRules = kvx::platform::DynamicLibrary::Load(kvx::platform::LibraryFileName(kCommonRulesLibraryName));
+  g_commonRules = kvx::platform::DynamicLibrary::Load(kvx::platform::LibraryFileName(kCommonRulesLibraryName)).release();
   return true;
 }
 
@@ -82,7 +84,8 @@ int CKVXIMRulesApp::ExitInstance() {
   g_app = nullptr;
   m_hLocalizedResource.reset();
   m_hDefaultResource.reset();
-  g_commonRules.reset();
+  delete g_commonRules;
+  g_commonRules = nullptr;
   return ModuleApplication::ExitInstance();
 }
 
