@@ -1,7 +1,7 @@
 #pragma once
-// Named ids of the rule pictures in the resource libraries KVXIMRulesResu
-// (resources/<language>/pictures/<id>.svg, or resources/pictures/<id>.svg for drawings without text).
-// None ships yet: loading one answers an empty picture until its drawing is added.
+// Named ids of the rule pictures in the resource libraries KVXIMRulesResu: line drawings in SVG,
+// resources/pictures/<id>.svg when they carry only symbols and dimension letters, and
+// resources/<language>/pictures/<id>.svg when they carry words. A missing id loads as an empty picture.
 
 namespace kvx::res {
 
@@ -11,6 +11,7 @@ constexpr int kRibTipThicknessRulePicture = 2731;
 constexpr int kLipBottomRadiusRulePicture = 2393;
 constexpr int kMaxCutoutAreaRulePicture = 2711;
 constexpr int kHoleSpacingRulePicture = 2609;
+constexpr int kRibClearanceRulePicture = 2064;
 constexpr int kRibReinforcementRulePicture = 2713;
 constexpr int kMouldingToleranceDialogPicture = 2526;
 
