@@ -44,10 +44,12 @@ void ConvertRangeLimits(CKvxParamStorage* parameter, int kind, int fromUnit, int
 }
 
 bool CheckDatabaseDirectory(bool report) {
+  // The check exists to tell the user; unasked it does nothing, since the directory probe creates folders.
+  if (!report) return false;
   std::wstring folder = kvx::platform::GetEnvWide(L"KORVEX_DATABASE_DIR").value_or(std::wstring());
   while (!folder.empty() && folder.back() == L'\\') folder.pop_back();
   const bool usable = IsDirectoryUsable(folder) && IsFileWritable(folder);
-  if (report) KvxMessageBox(LoadLocalizedString(usable ? 2857 : 2856), L"Korvex", KvxMessageIcon::Exclamation);
+  KvxMessageBox(LoadLocalizedString(usable ? 2857 : 2856), L"Korvex", KvxMessageIcon::Exclamation);
   return usable;
 }
 

@@ -149,10 +149,10 @@ TEST_F(DatabaseDirectory, AMissingVariableIsReportedAsUnusable) {
   EXPECT_EQ(messages_.messages[0].caption, L"Korvex");
 }
 
-TEST_F(DatabaseDirectory, WithoutAReportNothingIsShown) {
-  fs::create_directories(folder_);
+TEST_F(DatabaseDirectory, WithoutAReportNothingIsProbedOrShown) {
   ::setenv(kVariable, folder_.string().c_str(), 1);
-  CheckDatabaseDirectory(false);
+  EXPECT_FALSE(CheckDatabaseDirectory(false));
+  EXPECT_FALSE(fs::exists(folder_)) << "the probe would have created the folder";
   EXPECT_THAT(messages_.messages, IsEmpty());
 }
 

@@ -22,8 +22,8 @@ int ReadAngularUnitFromDocument(const KvxXMLNode* node);
 // Converts the parameter's range limits of quantity `kind` between unit codes; nothing for null.
 void ConvertRangeLimits(CKvxParamStorage* parameter, int kind, int fromUnit, int toUnit);
 
-// Checks the folder named by KORVEX_DATABASE_DIR; when `report` is set shows string 2857 (usable) or 2856.
-// Returns whether the folder and the file probe both passed.
+// When `report` is set, checks the folder named by KORVEX_DATABASE_DIR and shows string 2857 (usable) or
+// 2856; returns whether the folder and the file probe both passed. Unasked, probes nothing and returns false.
 bool CheckDatabaseDirectory(bool report);
 
 }  // namespace kvx::params
