@@ -1,48 +1,48 @@
 #!/bin/bash
-# Whole-process timings of reading four columns: `kvxim sheet` (or the sheet-only program), the floors,
-# and openpyxl in read-only mode for comparison. Mean wall time of RUNS runs after one warm-up, and the
-# peak resident memory of one run.
-#   bench/run-sheet-processes.sh BUILD_DIR [RUNS]
+# Whole-process figures of reading four columns: `kvxim sheet` (or the sheet-only program while kvxim
+# does not carry the command), the floors, and openpyxl in read-only mode for comparison. For each: mean
+# wall time and mean CPU time (user + system) of RUNS runs after one warm-up, and the largest peak
+# resident set. CPU time is the steadier figure on a shared machine.
+#   bench/run-sheet-processes.sh BUILD_DIR [RUNS]      (kvx_spreadsheet_bench writes the samples)
 set -euo pipefail
 build=${1:?build folder}
 runs=${2:-10}
 bin=$build/bin
 data=$build/bench-data
 sheet=("$bin/kvx_sheet_cli" sheet)
-[[ -x $bin/kvxim ]] && "$bin/kvxim" sheet --help >/dev/null 2>&1 && sheet=("$bin/kvxim" sheet)
+if [[ -x $bin/kvxim ]] && "$bin/kvxim" sheet --help >/dev/null 2>&1; then sheet=("$bin/kvxim" sheet); fi
 
-mean_ms() {  # command... : mean milliseconds per run
-  "$@" >/dev/null
-  local start end
-  start=$(date +%s%N)
-  for ((i = 0; i < runs; i++)); do "$@" >/dev/null; done
-  end=$(date +%s%N)
-  echo $(((end - start) / runs / 1000000))
+measure() {  # runs command... : "wall W ms, cpu C ms, peak P MB"
+  local count=$1
+  shift
+  "$@" >/dev/null 2>&1
+  local log
+  log=$(mktemp)
+  for ((i = 0; i < count; i++)); do /usr/bin/time -a -o "$log" -f "%e %U %S %M" "$@" >/dev/null 2>&1; done
+  awk -v n="$count" '{ wall += $1; cpu += $2 + $3; if ($4 > peak) peak = $4 }
+    END { printf "wall %4.0f ms, cpu %4.0f ms, peak %6.1f MB", wall / n * 1000, cpu / n * 1000, peak / 1024 }' "$log"
+  rm -f "$log"
 }
 
-peak_mb() {  # command... : peak resident set of one run in MB
-  /usr/bin/time -f %M "$@" 2>&1 >/dev/null | tail -1 | awk '{printf "%.1f", $1 / 1024}'
-}
-
-read_only_openpyxl() {
-  /usr/bin/python3 - "$1" <<'PY'
+openpyxl_read_only() {
+  /usr/bin/python3 -c '
 import sys, openpyxl
 book = openpyxl.load_workbook(sys.argv[1], read_only=True)
 columns = [[], [], [], []]
 for row in book.active.iter_rows(max_col=4, values_only=True):
     for column, value in zip(columns, row):
         column.append(value)
-PY
+' "$1"
 }
+export -f openpyxl_read_only
 
 for file in "$data"/table-100000.xlsx "$data"/table-60000.xls; do
   [[ -f $file ]] || { echo "missing $file: run kvx_spreadsheet_bench once first" >&2; exit 1; }
   kind=${file##*.}
   echo "$(basename "$file"):"
-  echo "  ${sheet[*]##*/} --json  $(mean_ms "${sheet[@]}" "$file" --json) ms, peak $(peak_mb "${sheet[@]}" "$file" --json) MB"
-  echo "  floor                $(mean_ms "$bin/kvx_sheet_floor" "$kind" "$file") ms, peak $(peak_mb "$bin/kvx_sheet_floor" "$kind" "$file") MB"
+  echo "  $(basename "${sheet[0]}") sheet --json  $(measure "$runs" "${sheet[@]}" "$file" --json)"
+  echo "  floor                    $(measure "$runs" "$bin/kvx_sheet_floor" "$kind" "$file")"
   if [[ $kind == xlsx ]]; then
-    echo "  openpyxl read-only   $(runs=3 mean_ms read_only_openpyxl "$file") ms"
+    echo "  openpyxl read-only       $(measure 3 bash -c 'openpyxl_read_only "$0"' "$file")"
   fi
 done
-exit 0

@@ -1,6 +1,7 @@
 #include "kvx/params/Spreadsheet.h"
 
 #include <cstdio>
+#include <exception>
 
 #include "SpreadsheetRoads.h"
 #include "kvx/params/ResourceText.h"
@@ -8,8 +9,8 @@
 #include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Resources.h"
-#include "kvx/res/StringIds.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::params {
 
@@ -33,9 +34,8 @@ std::wstring JoinNumbers(const std::vector<std::size_t>& numbers) {
   return joined;
 }
 
-// The helper beside the binary that holds this reader when it is there, as the loader of the system the
-// module was made for looks in the program's own folder first; otherwise the bare file name, for the
-// loader's search path.
+// The helper is looked for beside the binary that holds this reader first, where it is installed with
+// the module, and only then by its bare file name along the loader's search path.
 std::wstring HelperLibrary() {
   const std::wstring fileName = kvx::platform::LibraryFileName(kvx::sheet::kHelperLibraryName);
   const std::wstring self = kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&HelperLibrary));
@@ -67,7 +67,12 @@ bool ReadThroughHelper(const std::wstring& library, const std::wstring& path,
 bool ReadSpreadsheet(const std::wstring& path, const std::vector<ColumnRequest>& requests,
                      SpreadsheetTable& table, std::wstring& error) {
   if (HasXlsxExtension(path)) return detail::ReadThroughHelper(HelperLibrary(), path, requests, table, error);
-  return detail::ReadThroughWorkbookRoad(path, requests, table, error);
+  try {
+    return detail::ReadThroughWorkbookRoad(path, requests, table, error);
+  } catch (const std::exception&) {  // out of memory on a huge sheet: reported like any unreadable file
+    error = kvx::platform::LoadResString(kvx::res::kSpreadsheetAppMissing);
+    return false;
+  }
 }
 
 bool CheckSpreadsheetTable(const SpreadsheetTable& table, std::wstring& error) {

@@ -6,8 +6,8 @@
 
 #include "../SpreadsheetRoads.h"
 #include "kvx/platform/Resources.h"
-#include "kvx/res/StringIds.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 #include "kvx/spreadsheet/ColumnWalk.h"
 
 namespace kvx::params::detail {
