@@ -78,9 +78,11 @@ V FromList(std::vector<std::wstring> list) {
   }
 }
 
+// An empty text is not set: an empty text node makes the element mixed content, and the saved file then
+// loses its indentation from that element down.
 std::unique_ptr<KvxXMLNode> AppendChild(KvxXMLNode& parent, const wchar_t* name, const std::wstring& text) {
   auto child = parent.GetDocument()->CreateNode(name);
-  child->SetNodeValue(text);
+  if (!text.empty()) child->SetNodeValue(text);
   parent.AppendNode(child.get());
   return child;
 }

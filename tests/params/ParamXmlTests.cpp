@@ -64,6 +64,32 @@ TEST_F(ParamXmlTest, WritesAttributesAndChildrenInTheirFixedOrder) {
     </Parameter>)"));
 }
 
+TEST_F(ParamXmlTest, TheSavedTextKeepsOneElementPerLine) {
+  auto depth = Make<KVX_TYPE_DOUBLE>(2468);
+  depth->Values() = {1.5};
+  depth->csAbsoluteValue[2] = {1.0, 2.0};
+  EXPECT_EQ(Place(depth->GetParameterXML()), R"(<?xml version="1.0" encoding="UTF-8"?>
+<RuleSet>
+  <Parameter Name="" Type="2468" Status="1">
+    <Operator>7</Operator>
+    <ParameterType>8</ParameterType>
+    <Value>1.500000</Value>
+    <ResultCriteria Status="1" CriteriaType="0">
+      <PercentDeviation />
+      <AbsoluteDeviation />
+      <AbsoluteValue>
+        <Info>
+          <Value>1.000000</Value>
+          <Value>2.000000</Value>
+        </Info>
+      </AbsoluteValue>
+    </ResultCriteria>
+    <Remarks />
+  </Parameter>
+</RuleSet>
+)");
+}
+
 TEST_F(ParamXmlTest, WritesOperatorOptionsStatusCriteriaAndRemarks) {
   auto limit = Make<KVX_TYPE_DOUBLE>(-17, KVX_OP_LESS_EQUAL, 1);
   limit->csName = L"Gap \u00e4";
