@@ -98,6 +98,8 @@ std::wstring DoubleToShortText(double value) {
 }
 
 void TrimNumberText(std::wstring& text) {
+  // Zeros go also from texts without a separator ("100" -> "1"); kept as it is, callers only pass texts
+  // that hold one.
   const auto last = text.find_last_not_of(L'0');
   text.erase(last == std::wstring::npos ? 0 : last + 1);
   if (!text.empty() && EndsWith(text, DecimalSeparator())) text = FormatText(L"%s%s", text, L"0");

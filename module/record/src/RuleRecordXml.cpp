@@ -91,6 +91,8 @@ std::unique_ptr<KvxXMLNode> WriteRuleRecord(CKvxRule* rule) {
 
 void ReadRuleRecord(CKvxRule* rule, KvxXMLNode* element) {
   if (!rule || !element) return;
+  // "Summary" and "RuleCategory" are written but not read, kept so: the rule keeps the texts its
+  // constructor took from the resources, so a corrected translation also shows on saved rule sets.
   rule->m_csRuleName = ReadTextAttribute(*element, L"Name");
   rule->m_csModuleName = ReadTextAttribute(*element, L"Module");
   rule->m_csRuleModule = ReadTextAttribute(*element, L"RuleModule");
