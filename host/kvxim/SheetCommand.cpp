@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -44,25 +45,47 @@ bool BuildRequests(const SheetCommandOptions& options, std::vector<kvx::params::
   return true;
 }
 
-// Written text by text rather than built as one document: a big table is not held twice.
-void WriteJson(const kvx::params::SpreadsheetTable& table, std::ostream& out) {
-  out << '[';
-  for (std::size_t index = 0; index < table.size(); ++index) {
-    out << (index == 0 ? "[" : ",[");
-    for (std::size_t row = 0; row < table[index].size(); ++row)
-      out << (row == 0 ? "" : ",") << nlohmann::json(Narrow(table[index][row])).dump();
-    out << ']';
+// A text as a JSON string. Most cells are plain numbers or words, written as they are; only a text with
+// quotes, backslashes or control characters goes through the JSON library's escaping.
+void AppendJsonString(const std::wstring& text, std::string& out) {
+  const std::string utf8 = Narrow(text);
+  const bool plain = std::none_of(utf8.begin(), utf8.end(), [](char c) {
+    return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20;
+  });
+  if (!plain) {
+    out += nlohmann::json(utf8).dump();
+    return;
   }
-  out << "]\n";
+  out += '"';
+  out += utf8;
+  out += '"';
+}
+
+// The output is gathered and written at once, and built text by text rather than as one JSON document,
+// so a big table is neither held twice nor written in many small pieces.
+void WriteJson(const kvx::params::SpreadsheetTable& table, std::ostream& out) {
+  std::string json = "[";
+  for (std::size_t index = 0; index < table.size(); ++index) {
+    json += index == 0 ? "[" : ",[";
+    for (std::size_t row = 0; row < table[index].size(); ++row) {
+      if (row > 0) json += ',';
+      AppendJsonString(table[index][row], json);
+    }
+    json += ']';
+  }
+  json += "]\n";
+  out.write(json.data(), static_cast<std::streamsize>(json.size()));
 }
 
 void WriteText(const std::vector<std::string>& letters, const kvx::params::SpreadsheetTable& table,
                std::ostream& out) {
+  fmt::memory_buffer text;
   for (std::size_t index = 0; index < table.size(); ++index) {
-    out << fmt::format("Column {}: {} rows\n", letters[index], table[index].size());
+    fmt::format_to(std::back_inserter(text), "Column {}: {} rows\n", letters[index], table[index].size());
     for (std::size_t row = 0; row < table[index].size(); ++row)
-      out << fmt::format("  {:>6}  {}\n", row + 1, Narrow(table[index][row]));
+      fmt::format_to(std::back_inserter(text), "  {:>6}  {}\n", row + 1, Narrow(table[index][row]));
   }
+  out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 }  // namespace

@@ -238,6 +238,11 @@ TEST_F(SpreadsheetTest, ForeignWorkbookWithPrefixesSharedStringsAndCellsWithoutR
   EXPECT_THAT(table[0], ElementsAre(L"plain", L"4.0", L"line\rend & more", L"4.5", L"5.0"));
   EXPECT_THAT(table[1], ElementsAre(L"rich text"));  // a boolean, an error and a styled blank read as empty
   EXPECT_THAT(table[2], ElementsAre(L"inline", L"formula", L"25.0"));  // a bad string index reads as empty
+
+  // kvxim sheet escapes what JSON cannot carry as it is.
+  std::ostringstream out, err;
+  EXPECT_EQ(RunSheetCommand({book.string(), {"A"}, {}, true}, out, err), 0);
+  EXPECT_EQ(out.str(), "[[\"plain\",\"4.0\",\"line\\rend & more\",\"4.5\",\"5.0\"]]\n");
 }
 
 TEST_F(SpreadsheetTest, ForeignWorkbookThatDoesNotHoldTogether) {
