@@ -1,6 +1,5 @@
 #include "RuleCatalogue.h"
 
-#include <new>
 
 #include "kvx/common_rules/CommonRules.h"
 #include "kvx/framework/RulePointerArray.h"
@@ -28,18 +27,26 @@ struct BuildArgs {
 };
 using Factory = CKvxRule* (*)(const BuildArgs&);
 
-// A failed allocation gives null, never an exception: the walk goes on.
+// A failed allocation, also one inside a constructor, gives null, never an exception: the walk goes on.
+template <typename Make>
+CKvxRule* Allocate(Make make) noexcept {
+  try {
+    return make();
+  } catch (...) {
+    return nullptr;
+  }
+}
 template <typename Rule>
 CKvxRule* Common(const BuildArgs& args, int ruleId) {
-  return new (std::nothrow) Rule(args.moduleDisplayName, kModuleKey, kCategory, ruleId);
+  return Allocate([&] { return new Rule(args.moduleDisplayName, kModuleKey, kCategory, ruleId); });
 }
 template <typename Rule>
 CKvxRule* CommonWithNode(const BuildArgs& args, int ruleId) {
-  return new (std::nothrow) Rule(args.moduleDisplayName, kModuleKey, kCategory, ruleId, args.ruleNode);
+  return Allocate([&] { return new Rule(args.moduleDisplayName, kModuleKey, kCategory, ruleId, args.ruleNode); });
 }
 template <typename Rule>
 CKvxRule* Own(const BuildArgs&) {
-  return new (std::nothrow) Rule();
+  return Allocate([] { return new Rule(); });
 }
 
 CKvxRule* BossBaseRadius(const BuildArgs& a) { return Common<CKVXIMBossBaseRadiusRule>(a, 12010); }
@@ -56,7 +63,9 @@ CKvxRule* RibBaseRadius(const BuildArgs& a) { return Common<CKVXIMRibBaseRadiusR
 CKvxRule* UndercutInterference(const BuildArgs& a) { return Common<CKVXUndercutInterferenceRule>(a, 14090); }
 CKvxRule* VariableDraftAngle(const BuildArgs& a) { return Common<CKVXIMVariableDraftAngleRule>(a, 12180); }
 CKvxRule* BossParams(const BuildArgs& a) { return Common<KVXIMBossParamsRule>(a, 12178); }
-CKvxRule* MoldTolerance(const BuildArgs& a) { return new (std::nothrow) CKVXRecoMoldTolRule(a.ruleNode); }
+CKvxRule* MoldTolerance(const BuildArgs& a) {
+  return Allocate([&] { return new CKVXRecoMoldTolRule(a.ruleNode); });
+}
 
 struct CatalogueRow {
   int nameId;

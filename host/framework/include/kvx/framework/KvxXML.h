@@ -48,6 +48,7 @@ class KVX_FRAMEWORK_API KvxXMLNode {
  private:
   KvxXMLDocument* document_;
   pugi::xml_node node_;
+  unsigned long generation_;  // the document's content generation this node belongs to
 };
 
 class KVX_FRAMEWORK_API KvxXMLNodeList {
@@ -87,8 +88,11 @@ class KVX_FRAMEWORK_API KvxXMLDocument {
 
   // Used by KvxXMLNode: true when `node` is a created node that was never placed.
   bool IsParked(pugi::xml_node node) const;
+  // Grows whenever the whole content is replaced; nodes of an older generation are gone.
+  unsigned long Generation() const { return generation_; }
 
  private:
   pugi::xml_node Staging();
   pugi::xml_document doc_;
+  unsigned long generation_ = 0;
 };
