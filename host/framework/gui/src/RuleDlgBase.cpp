@@ -1,0 +1,176 @@
+#include "kvx/framework/gui/RuleDlgBase.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
+
+#include "kvx/framework/KvxRule.h"
+#include "kvx/framework/KvxUiServices.h"
+#include "kvx/platform/Text.h"
+
+namespace kvx::framework::gui {
+
+namespace {
+
+constexpr wchar_t kCaption[] = L"Korvex";
+
+std::wstring Trimmed(const std::wstring& text) {
+  const auto first = text.find_first_not_of(L" \t");
+  if (first == std::wstring::npos) return {};
+  const auto last = text.find_last_not_of(L" \t");
+  return text.substr(first, last - first + 1);
+}
+
+void OverwriteOrAppend(std::vector<double>& values, size_t index, double value) {
+  if (index < values.size()) {
+    values[index] = value;
+    return;
+  }
+  // A missing first element is added before the second one, so the indexes keep their meaning.
+  while (values.size() < index) values.push_back(0.0);
+  values.push_back(value);
+}
+
+// An empty field leaves its value as it was; anything else must be a number.
+bool ReadField(const std::wstring& text, std::optional<double>& value) {
+  if (Trimmed(text).empty()) return true;
+  double number = 0.0;
+  if (!CKVXRuleDlgBase::ParseValue(text, number)) return false;
+  value = number;
+  return true;
+}
+
+}  // namespace
+
+CKVXRuleDlgBase::CKVXRuleDlgBase(CKvxRule& rule, kvx::platform::Picture picture)
+    : rule_(rule), picture_(std::move(picture)) {
+  title_ = rule.m_csDisplayName.empty() ? rule.m_csRuleName : rule.m_csDisplayName;
+  // A rule with several limits lets each be switched on and off (its summary then leaves that limit out);
+  // a rule with a single limit is switched on and off as a whole, by its status.
+  const bool showEnabled = rule.Parameters().size() > 1;
+  for (const auto& parameter : rule.Parameters()) rows_.push_back(MakeRow(*parameter, showEnabled));
+  if (rule.m_lRuleSeverity >= 0 && rule.m_lRuleSeverity < static_cast<int>(SeverityNames().size())) {
+    selectedSeverity_ = rule.m_lRuleSeverity;
+  }
+}
+
+const std::vector<std::wstring>& CKVXRuleDlgBase::SeverityNames() {
+  static const std::vector<std::wstring> names{L"Very Low", L"Low", L"Medium", L"High", L"Very High"};
+  return names;
+}
+
+std::wstring CKVXRuleDlgBase::OperatorText(int code) {
+  switch (code) {
+    case KVX_OP_RANGE: return L"RANGE";
+    case KVX_OP_EQUAL: return L"=";
+    case KVX_OP_LESS: return L"<";
+    case KVX_OP_GREATER: return L">";
+    case KVX_OP_GREATER_EQUAL: return L">=";
+    case KVX_OP_LESS_EQUAL: return L"<=";
+    default: return {};
+  }
+}
+
+std::wstring CKVXRuleDlgBase::ValueToText(double value) {
+  std::array<char, 64> buffer{};
+  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+  std::string text(buffer.data(), result.ptr);
+  if (std::isfinite(value) && text.find_first_of(".e") == std::string::npos) text += ".0";
+  return kvx::platform::Widen(text);
+}
+
+bool CKVXRuleDlgBase::ParseValue(const std::wstring& text, double& value) {
+  const std::string narrow = kvx::platform::Narrow(Trimmed(text));
+  if (narrow.empty()) return false;
+  const char* begin = narrow.data();
+  const char* end = begin + narrow.size();
+  if (*begin == '+') ++begin;  // from_chars takes no plus sign
+  const auto result = std::from_chars(begin, end, value);
+  return result.ec == std::errc() && result.ptr == end && std::isfinite(value);
+}
+
+RuleDialogRow CKVXRuleDlgBase::MakeRow(CKvxParamStorage& parameter, bool showEnabled) const {
+  RuleDialogRow row;
+  row.id = parameter.lId;
+  row.name = parameter.csName.empty() ? L"Parameter " + std::to_wstring(parameter.lId) : parameter.csName;
+  row.symbol = parameter.csSymbol;
+  row.unit = parameter.csUnit;
+  for (long option : parameter.operatorOptions) {
+    row.operatorCodes.push_back(static_cast<int>(option));
+    row.operatorTexts.push_back(OperatorText(static_cast<int>(option)));
+  }
+  // A parameter without options keeps its operator: it is offered as the only choice.
+  if (row.operatorCodes.empty() && !OperatorText(parameter.iOperator).empty()) {
+    row.operatorCodes.push_back(parameter.iOperator);
+    row.operatorTexts.push_back(OperatorText(parameter.iOperator));
+  }
+  for (size_t i = 0; i < row.operatorCodes.size(); ++i) {
+    if (row.operatorCodes[i] == parameter.iOperator) row.selectedOperator = static_cast<int>(i);
+  }
+  if (const std::vector<double>* values = parameter.GetDoubleValues()) {
+    row.editable = true;
+    if (!values->empty()) row.valueText = ValueToText((*values)[0]);
+    if (values->size() > 1) row.secondValueText = ValueToText((*values)[1]);
+  }
+  row.showEnabled = showEnabled;
+  row.enabled = parameter.bStatus;
+  return row;
+}
+
+bool CKVXRuleDlgBase::IsRange(size_t row) const {
+  if (row >= rows_.size()) return false;
+  const RuleDialogRow& shown = rows_[row];
+  return shown.selectedOperator >= 0 && shown.operatorCodes[shown.selectedOperator] == KVX_OP_RANGE;
+}
+
+void CKVXRuleDlgBase::SelectOperator(size_t row, int optionIndex) {
+  if (row >= rows_.size()) return;
+  if (optionIndex < -1 || optionIndex >= static_cast<int>(rows_[row].operatorCodes.size())) return;
+  rows_[row].selectedOperator = optionIndex;
+}
+
+void CKVXRuleDlgBase::SetValueText(size_t row, int field, const std::wstring& text) {
+  if (row >= rows_.size() || !rows_[row].editable) return;
+  if (field == 0) rows_[row].valueText = text;
+  if (field == 1) rows_[row].secondValueText = text;
+}
+
+void CKVXRuleDlgBase::SetEnabled(size_t row, bool enabled) {
+  if (row < rows_.size() && rows_[row].showEnabled) rows_[row].enabled = enabled;
+}
+
+void CKVXRuleDlgBase::SelectSeverity(int index) {
+  if (index >= -1 && index < static_cast<int>(SeverityNames().size())) selectedSeverity_ = index;
+}
+
+bool CKVXRuleDlgBase::Accept() {
+  // Every field is checked before anything is written, so a refused OK leaves the rule as it was.
+  std::vector<FieldValues> parsed(rows_.size());
+  for (size_t i = 0; i < rows_.size(); ++i) {
+    if (!rows_[i].editable) continue;
+    const bool firstOk = ReadField(rows_[i].valueText, parsed[i][0]);
+    const bool secondOk = !IsRange(i) || ReadField(rows_[i].secondValueText, parsed[i][1]);
+    if (firstOk && secondOk) continue;
+    KvxMessageBox(L"The value of \"" + rows_[i].name + L"\" is not a number.", kCaption, KvxMessageIcon::Exclamation);
+    return false;
+  }
+  for (size_t i = 0; i < rows_.size(); ++i) {
+    CKvxParamStorage* parameter = rule_.FindParameterInArray(rows_[i].id);
+    if (parameter) Apply(rows_[i], IsRange(i), *parameter, parsed[i]);
+  }
+  if (selectedSeverity_ >= 0) rule_.m_lRuleSeverity = selectedSeverity_;
+  return true;
+}
+
+void CKVXRuleDlgBase::Apply(const RuleDialogRow& row, bool range, CKvxParamStorage& parameter,
+                            const FieldValues& values) const {
+  if (row.selectedOperator >= 0) parameter.iOperator = row.operatorCodes[row.selectedOperator];
+  if (row.showEnabled) parameter.bStatus = row.enabled;
+  std::vector<double>* stored = parameter.GetDoubleValues();
+  if (!row.editable || !stored) return;
+  if (values[0]) OverwriteOrAppend(*stored, 0, *values[0]);
+  if (range && values[1]) OverwriteOrAppend(*stored, 1, *values[1]);
+}
+
+}  // namespace kvx::framework::gui
