@@ -1,0 +1,21 @@
+#include "kvx/ui/DialogSupport.h"
+
+#include "kvx/params/ValueUtils.h"
+
+namespace kvx::ui {
+
+IFileDialog::~IFileDialog() = default;
+
+std::vector<std::wstring> SeverityChoices() { return kvx::params::SeverityNames(); }
+
+int SeverityIndexOf(int severity) {
+  return kvx::params::SeverityCodeToName(severity).empty() ? -1 : severity;
+}
+
+int SeverityOfIndex(const std::vector<std::wstring>& names, int index) {
+  if (index < 0 || index >= static_cast<int>(names.size())) return -1;
+  // The name, not the position, gives the code, as the combo box's text is what the user chose.
+  return kvx::params::SeverityIndexToCode(kvx::params::SeverityNameToIndex(names[index]));
+}
+
+}  // namespace kvx::ui
