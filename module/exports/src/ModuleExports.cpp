@@ -11,6 +11,9 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
+#ifdef KVX_WITH_QT
+#include "kvx/ui/qt/RuleDialogs.h"
+#endif
 
 #define KVX_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -23,6 +26,11 @@ constexpr int kModuleSummary = 2040;
 // The application object lives as long as the library is loaded.
 CKVXIMRulesApp theApp;
 kvx::platform::ModuleApplicationLifetime theAppLifetime(theApp);
+
+#ifdef KVX_WITH_QT
+// The rules' own dialogs are installed through their editor hooks as soon as the library is loaded.
+const bool theDialogsRegistered = (kvx::ui::qt::RegisterRuleDialogs(), true);
+#endif
 
 const kvx::platform::ResourceLibrary* Localized() { return kvx::params::Module().localizedResources; }
 
