@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "EditCommand.h"
 #include "MaterialsCommand.h"
 #include "SheetCommand.h"
 #include "kvx/params/ValueUtils.h"
@@ -61,6 +62,12 @@ int main(int argc, char** argv) {
   demo->add_option("-o,--output", options.output, "rule-set file to write")->capture_default_str();
   options.output.clear();
 
+  kvxim::EditOptions editOptions;
+  auto* edit = app.add_subcommand("edit", "open a rule's dialog and save the rule set when it is accepted");
+  edit->add_option("file", editOptions.input, "rule-set file")->required();
+  edit->add_option("--rule", editOptions.rule, "the rule's key name (any case) or id")->required();
+  edit->add_option("-o,--output", editOptions.output, "file to write (default: in place)");
+
   AddSheetCommand(app, exitCode);
   app.require_subcommand(0, 1);
 
@@ -96,6 +103,7 @@ int main(int argc, char** argv) {
   if (app.got_subcommand("new")) return kvxim::RunNew(*host, options, std::cout, std::cerr);
   if (app.got_subcommand("show")) return kvxim::RunShow(*host, options, std::cout, std::cerr);
   if (app.got_subcommand("convert")) return kvxim::RunConvert(*host, options, std::cout, std::cerr);
+  if (app.got_subcommand("edit")) return kvxim::RunEdit(*host, editOptions, std::cout, std::cerr);
   if (app.got_subcommand("materials")) {
     if (!host->Database()) {
       std::cerr << "kvxim: the material database library is not available\n";

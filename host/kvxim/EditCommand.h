@@ -1,0 +1,27 @@
+#pragma once
+// `kvxim edit FILE --rule NAME|ID [-o OUT]`: opens a rule's dialog (EditRule) and, when the user accepts it,
+// writes the rule back into the rule set. The Qt application exists only for this command; a build without
+// Qt has no dialogs, and the module says so.
+#include <ostream>
+#include <string>
+
+#include "ModuleHost.h"
+
+namespace kvxim {
+
+struct EditOptions {
+  std::string input;   // rule-set file (UTF-8 path)
+  std::string rule;    // key name (any case) or rule id
+  std::string output;  // file to write; empty: the input file
+};
+
+// Exit codes of RunEdit.
+inline constexpr int kEditSaved = 0;      // accepted and written
+inline constexpr int kEditFailed = 1;     // bad file, unknown rule, no dialog could be shown, or not saved
+inline constexpr int kEditCancelled = 2;  // the user cancelled: nothing written
+
+// Loads the rule set, finds the rule, runs its EditRule and, on OK, replaces the rule's element with its
+// GetXML() and saves atomically. Messages go to `err` (one line each), "wrote FILE" to `out`.
+int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std::ostream& err);
+
+}  // namespace kvxim
