@@ -46,6 +46,13 @@ TEST(ModuleExports, OnlyTheSevenEntryPointsAreExported) {
 }
 
 TEST(ModuleExports, NameAndSummaryComeFromTheLocalizedLibrary) {
+  // Each load starts the module afresh, so each language needs a load of its own.
+  std::wstring englishName;
+  {
+    ScopedEnv english("KVX_LANGUAGE", "english");
+    LoadedModule module;
+    module.GetModuleName(&englishName);
+  }
   ScopedEnv language("KVX_LANGUAGE", "german");
   LoadedModule module;
   std::wstring name, summary;
@@ -53,10 +60,6 @@ TEST(ModuleExports, NameAndSummaryComeFromTheLocalizedLibrary) {
   module.GetModuleSummary(&summary);
   EXPECT_FALSE(name.empty());
   EXPECT_FALSE(summary.empty());
-  ScopedEnv english("KVX_LANGUAGE", "english");
-  LoadedModule englishModule;
-  std::wstring englishName;
-  englishModule.GetModuleName(&englishName);
   EXPECT_NE(name, englishName);
 }
 
