@@ -1,0 +1,74 @@
+#pragma once
+// Shared by the rule tests: every rule class of the module, value access, and a fixture that formats
+// English resource texts and saves a rule into a fresh rule set.
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "kvx/framework/KvxTypes.h"  // the fixture uses KVX_IDOK
+#include "../support/ModuleFixture.h"
+#include "kvx/params/ResourceText.h"
+#include "kvx/params/TypedParamStorage.h"
+#include "kvx/rules/CKVXIMHoleDepthToDiaRule.h"
+#include "kvx/rules/CKVXIMMaxCutoutAreaRule.h"
+#include "kvx/rules/CKVXIMMinRibClearanceRule.h"
+#include "kvx/rules/CKVXIMRibReinforcementRule.h"
+#include "kvx/rules/CKVXIMRibTipThicknessRule.h"
+#include "kvx/rules/CKVXIMSpacingBetweenHolesRule.h"
+#include "kvx/rules/KVXIMBossDraftRule.h"
+#include "kvx/rules/KVXIMLipBottomRadiusRule.h"
+
+namespace kvx::test {
+
+using RulePtr = std::unique_ptr<CKVXIMRuleFrame>;
+using RuleFactory = RulePtr (*)();
+template <typename T>
+RulePtr Make() {
+  return std::make_unique<T>();
+}
+
+inline const std::vector<RuleFactory>& AllRules() {
+  static const std::vector<RuleFactory> rules = {
+      Make<CKVXIMHoleDepthToDiaRule>,  Make<KVXIMBossDraftRule>,          Make<CKVXIMRibTipThicknessRule>,
+      Make<KVXIMLipBottomRadiusRule>,  Make<CKVXIMMaxCutoutAreaRule>,     Make<CKVXIMSpacingBetweenHolesRule>,
+      Make<CKVXIMMinRibClearanceRule>, Make<CKVXIMRibReinforcementRule>};
+  return rules;
+}
+
+// Parameter `id` of the rule, or of its first constraint when `constraint` is set (fails the test if absent).
+inline CKvxParamStorage& Param(const CKvxRule& rule, long id, bool constraint = false) {
+  CKvxParamStorage* parameter = nullptr;
+  if (!constraint) parameter = rule.FindParameterInArray(id);
+  if (constraint && !rule.Constraints().empty()) parameter = rule.Constraints().front()->FindParameterInArray(id);
+  if (!parameter) throw std::runtime_error("parameter " + std::to_string(id) + " is missing");
+  return *parameter;
+}
+inline std::vector<double>& Values(const CKvxRule& rule, long id, bool constraint = false) {
+  return *kvx::params::DoubleValues(&Param(rule, id, constraint));
+}
+inline void SetOperator(const CKvxRule& rule, long id, int op) {
+  Param(rule, id).iOperator = op;
+  if (!rule.Constraints().empty()) Param(rule, id, true).iOperator = op;
+}
+
+class RuleTest : public ModuleFixture {
+ protected:
+  // English resource format `id` filled with `args`.
+  template <typename... Args>
+  std::wstring Format(int id, const Args&... args) const {
+    return kvx::params::FormatText(En(id), std::wstring(args)...);
+  }
+  std::wstring OrEqual() const { return En(2043); }
+
+  // Writes `rule` with GetXML as the only rule of a fresh rule set and returns the reloaded "Rule" element.
+  std::unique_ptr<KvxXMLNode> Save(CKvxRule& rule, const std::string& unitAttributes = "") {
+    root_ = document_->CreateRootNode(L"RuleSet");
+    std::string text = Place(rule.GetXML());
+    const auto at = text.find("<RuleSet");
+    if (at != std::string::npos) text.insert(at + 8, " " + unitAttributes);
+    return LoadRule(text);
+  }
+};
+
+}  // namespace kvx::test
