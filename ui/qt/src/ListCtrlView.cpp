@@ -43,6 +43,11 @@ std::optional<EditKey> EditKeyOf(const QKeyEvent& event) {
   }
 }
 
+// An index of the list's rows; the model tester also asks about invalid ones, which simply have nothing.
+bool IsCell(const CKVXListCtrl& list, const QModelIndex& index) {
+  return index.isValid() && index.row() < list.RowCount() && index.column() < list.ColumnCount();
+}
+
 bool IsEditCell(const CKVXListCtrl& list, const QModelIndex& index) {
   return list.IsEditing() && list.EditCell() == CellPosition{index.row(), index.column()};
 }
@@ -60,7 +65,7 @@ int ListCtrlModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant ListCtrlModel::data(const QModelIndex& index, int role) const {
-  if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
+  if (!IsCell(list_, index)) return {};
   if (role == Qt::DisplayRole) return ToQString(list_.CellText(index.row(), index.column()));
   if (role == Qt::EditRole) {
     return ToQString(IsEditCell(list_, index) ? list_.EditText() : list_.CellText(index.row(), index.column()));
@@ -75,7 +80,7 @@ QVariant ListCtrlModel::headerData(int section, Qt::Orientation orientation, int
 }
 
 Qt::ItemFlags ListCtrlModel::flags(const QModelIndex& index) const {
-  if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return Qt::NoItemFlags;
+  if (!IsCell(list_, index)) return Qt::NoItemFlags;
   Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
   if (list_.IsCellEditable(index.row(), index.column())) flags |= Qt::ItemIsEditable;
   return flags;
@@ -90,7 +95,7 @@ bool ListCtrlModel::setData(const QModelIndex& index, const QVariant& value, int
 
 void ListCtrlModel::Changed(int row) {
   if (row < 0 || row >= rowCount() || columnCount() == 0) return;
-  emit dataChanged(index(row, 0), index(row, columnCount() - 1));
+  Q_EMIT dataChanged(index(row, 0), index(row, columnCount() - 1));
 }
 
 // --- delegate ---------------------------------------------------------------------------------------
@@ -135,7 +140,7 @@ void ListCtrlDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionV
 void ListCtrlDelegate::CloseEditor() {
   QLineEdit* editor = editor_;
   editor_ = nullptr;
-  if (editor) emit closeEditor(editor, QAbstractItemDelegate::NoHint);
+  if (editor) Q_EMIT closeEditor(editor, QAbstractItemDelegate::NoHint);
 }
 
 bool ListCtrlDelegate::eventFilter(QObject* object, QEvent* event) {
@@ -163,6 +168,7 @@ ListCtrlView::ListCtrlView(CKVXListCtrl& list, QWidget* parent)
   setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
                   QAbstractItemView::AnyKeyPressed);
   verticalHeader()->hide();
+  verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
   horizontalHeader()->setStretchLastSection(false);
   for (int column = 0; column < list.ColumnCount(); ++column) setColumnWidth(column, list.ColumnWidth(column));
   connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,

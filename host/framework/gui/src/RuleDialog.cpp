@@ -62,6 +62,9 @@ void RuleDialog::AddRow(QGridLayout* grid, int gridRow, size_t row) {
   });
   grid->addWidget(controls.op, gridRow, column++);
 
+  // The value fields and "to" share one cell, so the unit text follows the last visible field.
+  auto* values = new QHBoxLayout();
+  values->setContentsMargins(0, 0, 0, 0);
   const std::wstring* texts[2] = {&shown.valueText, &shown.secondValueText};
   for (int field = 0; field < 2; ++field) {
     auto* edit = new QLineEdit(ToQString(*texts[field]), this);
@@ -71,10 +74,11 @@ void RuleDialog::AddRow(QGridLayout* grid, int gridRow, size_t row) {
     controls.values[field] = edit;
     if (field == 1) {
       controls.to = new QLabel(tr("to"), this);
-      grid->addWidget(controls.to, gridRow, column++);
+      values->addWidget(controls.to);
     }
-    grid->addWidget(edit, gridRow, column++);
+    values->addWidget(edit);
   }
+  grid->addLayout(values, gridRow, column++);
   grid->addWidget(new QLabel(ToQString(shown.unit), this), gridRow, column++);
 
   if (shown.showEnabled) {

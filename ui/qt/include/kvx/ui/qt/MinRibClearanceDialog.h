@@ -26,7 +26,7 @@ class MinRibClearanceDialog final : public QDialog, public IMinRibClearanceDlgVi
   void ShowOperator(int index) override;
   void ShowSeverity(int index) override;
 
- public slots:
+ public Q_SLOTS:
   void accept() override;
 
  private:

@@ -31,7 +31,7 @@ class RecoMoldTolDialog final : public QDialog, public IRecoMoldTolDlgView {
 
   void ShowSeverity(int index) override;
 
- public slots:
+ public Q_SLOTS:
   void accept() override;
   // Ctrl+I and the import button.
   void ImportSpreadsheet();

@@ -27,7 +27,7 @@ class KVX_FRAMEWORK_GUI_API RuleDialog : public QDialog {
   QComboBox* SeverityBox() const { return severity_; }
   PictureControl* Picture() const { return picture_; }
 
- public slots:
+ public Q_SLOTS:
   void accept() override;
 
  private:

@@ -1,0 +1,119 @@
+// The rib clearance dialog without a toolkit: what it shows of the rule, and OK in its fixed order
+// (severity, operator, value), with empty selections reset rather than taken.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "../support/ModuleFixture.h"
+#include "kvx/params/TypedParamStorage.h"
+#include "kvx/res/StringIds.h"
+#include "kvx/rules/CKVXIMMinRibClearanceRule.h"
+#include "kvx/ui/MinRibClearanceDlg.h"
+
+namespace {
+
+using kvx::ui::CKVXIMMinRibClearanceDlg;
+
+// Remembers what the dialog set in its combo boxes.
+class ViewRecorder final : public kvx::ui::IMinRibClearanceDlgView {
+ public:
+  void ShowOperator(int index) override { shownOperator = index; }
+  void ShowSeverity(int index) override { shownSeverity = index; }
+  int shownOperator = -2;
+  int shownSeverity = -2;
+};
+
+class MinRibClearanceDlgTest : public kvx::test::ModuleFixture {
+ protected:
+  void SetUp() override {
+    ModuleFixture::SetUp();
+    rulePointer_ = std::make_unique<CKVXIMMinRibClearanceRule>();  // the rule needs the module context
+  }
+  std::vector<double>& Values() { return *kvx::params::DoubleValues(Rule().FindParameterInArray(2061)); }
+  CKVXIMMinRibClearanceDlg Opened() {
+    CKVXIMMinRibClearanceDlg dialog(&Rule(), kvx::platform::Picture{"svg", {'x'}});
+    dialog.SetView(&view_);
+    dialog.Open();
+    return dialog;
+  }
+  CKVXIMMinRibClearanceRule& Rule() { return *rulePointer_; }
+  std::unique_ptr<CKVXIMMinRibClearanceRule> rulePointer_;
+  ViewRecorder view_;
+};
+
+TEST_F(MinRibClearanceDlgTest, OpeningShowsTheValueTheOperatorAndTheSeverity) {
+  CKVXIMMinRibClearanceDlg dialog = Opened();
+  EXPECT_EQ(dialog.Title(), En(kvx::res::kMinRibClearanceRuleName));
+  EXPECT_EQ(dialog.ValueLabel(), En(kvx::res::kRibClearanceParam));
+  EXPECT_EQ(dialog.OperatorTexts(), (std::vector<std::wstring>{L">", L">="}));
+  EXPECT_EQ(dialog.SelectedOperator(), 1) << "the new rule's >=";
+  EXPECT_EQ(dialog.ValueText(), L"3.0");
+  EXPECT_EQ(dialog.SeverityNames().size(), 5u);
+  EXPECT_EQ(dialog.SelectedSeverity(), 2);
+  EXPECT_EQ(view_.shownOperator, 1);
+  EXPECT_EQ(view_.shownSeverity, 2);
+  EXPECT_EQ(dialog.Picture().bytes.size(), 1u);
+}
+
+TEST_F(MinRibClearanceDlgTest, AnOperatorWithoutTextInTheListSelectsNothing) {
+  Rule().FindParameterInArray(2061)->iOperator = KVX_OP_LESS;
+  EXPECT_EQ(Opened().SelectedOperator(), -1);
+}
+
+TEST_F(MinRibClearanceDlgTest, WithoutTheParameterTheControlsStayEmpty) {
+  Rule().ClearParameterArray();
+  CKVXIMMinRibClearanceDlg dialog = Opened();
+  EXPECT_EQ(dialog.OperatorTexts().size(), 2u) << "the lists are filled all the same";
+  EXPECT_EQ(dialog.SelectedOperator(), -1);
+  EXPECT_EQ(dialog.SelectedSeverity(), -1);
+  EXPECT_EQ(dialog.ValueText(), L"");
+  dialog.SelectSeverity(0);
+  dialog.OnOK();
+  EXPECT_EQ(Rule().m_lRuleSeverity, 2) << "OK changes nothing without the parameter";
+}
+
+TEST_F(MinRibClearanceDlgTest, WithoutARuleNothingIsFilled) {
+  CKVXIMMinRibClearanceDlg dialog(nullptr, {});
+  dialog.Open();
+  dialog.OnOK();
+  EXPECT_TRUE(dialog.OperatorTexts().empty());
+  EXPECT_TRUE(dialog.Title().empty());
+}
+
+TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValue) {
+  CKVXIMMinRibClearanceDlg dialog = Opened();
+  dialog.SelectSeverity(4);
+  dialog.SelectOperator(0);
+  dialog.SetValueText(L"4.25");
+  EXPECT_EQ(Values(), std::vector<double>{3.0}) << "nothing reaches the rule before OK";
+  dialog.OnOK();
+  EXPECT_EQ(Rule().m_lRuleSeverity, 4);
+  EXPECT_EQ(Rule().FindParameterInArray(2061)->iOperator, KVX_OP_GREATER);
+  EXPECT_EQ(Values(), std::vector<double>{4.25});
+}
+
+TEST_F(MinRibClearanceDlgTest, EmptySelectionsAreResetToTheRulesOwn) {
+  CKVXIMMinRibClearanceDlg dialog = Opened();
+  dialog.SelectSeverity(-1);
+  dialog.SelectOperator(-1);
+  view_ = ViewRecorder();
+  dialog.OnOK();
+  EXPECT_EQ(Rule().m_lRuleSeverity, 2);
+  EXPECT_EQ(Rule().FindParameterInArray(2061)->iOperator, KVX_OP_GREATER_EQUAL);
+  EXPECT_EQ(view_.shownSeverity, 2);
+  EXPECT_EQ(view_.shownOperator, 1);
+  EXPECT_EQ(dialog.SelectedSeverity(), 2);
+}
+
+TEST_F(MinRibClearanceDlgTest, TheValueIsReadByTheDecimalReaderWithoutARangeCheck) {
+  Values().clear();
+  CKVXIMMinRibClearanceDlg dialog = Opened();
+  dialog.SetValueText(L"0");
+  dialog.OnOK();
+  EXPECT_EQ(Values(), std::vector<double>{0.0}) << "appended to an empty list, zero allowed";
+  EXPECT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"12.5"));
+  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"-1"));
+  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5"));
+}
+
+}  // namespace
