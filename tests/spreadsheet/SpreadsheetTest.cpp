@@ -260,6 +260,40 @@ TEST_F(SpreadsheetTest, ForeignWorkbookThatDoesNotHoldTogether) {
   // A sheet without cells is read, to empty columns.
   WriteZip(folder / "blank.xlsx", ForeignWorkbook("<worksheet/>"));
   EXPECT_THAT(Read(folder / "blank.xlsx", Columns({L"A"})), ElementsAre(IsEmpty()));
+  WriteZip(folder / "nodata.xlsx", ForeignWorkbook("<worksheet><x:sheetData/></worksheet>"));
+  EXPECT_THAT(Read(folder / "nodata.xlsx", Columns({L"A"})), ElementsAre(IsEmpty()));
+  WriteZip(folder / "unclosed.xlsx", ForeignWorkbook("<worksheet><sheetData><row><c><v>1</v></c></row>"));
+  EXPECT_EQ(Failure(folder / "unclosed.xlsx"), L"text 2534");
+}
+
+TEST_F(SpreadsheetTest, BigSheetIsReadAcrossBlocks) {
+  std::string xml = R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheetData>)";
+  for (int row = 1; row <= 60000; ++row) {
+    xml += "<row r=\"" + std::to_string(row) + "\"><c r=\"A" + std::to_string(row) + "\"><v>" + std::to_string(row) +
+           "</v></c>";
+    if (row % 7 == 0) xml += "<c r=\"C" + std::to_string(row) + "\" t=\"inlineStr\"><is><t>t</t></is></c>";
+    xml += "</row>";
+  }
+  xml += "</sheetData></worksheet>";
+  ASSERT_GT(xml.size(), 3u << 20);  // several blocks of rows
+  const fs::path book = ScratchFolder() / "big.xlsx";
+  WriteZip(book, ForeignWorkbook(xml));
+  const SpreadsheetTable table = Read(book, Columns({L"A", L"C"}));
+  ASSERT_EQ(table.size(), 2u);
+  ASSERT_EQ(table[0].size(), 60000u);
+  EXPECT_EQ(table[0][12344], L"12345.0");
+  EXPECT_EQ(table[0].back(), L"60000.0");
+  ASSERT_EQ(table[1].size(), 59997u);  // the last multiple of 7
+  EXPECT_EQ(table[1][6], L"t");
+  EXPECT_EQ(table[1][7], L"");
+}
+
+TEST_F(SpreadsheetTest, RowEndInsideACommentOrCharacterData) {
+  const fs::path book = ScratchFolder() / "hidden.xlsx";
+  WriteZip(book, ForeignWorkbook("<worksheet><sheetData>"
+                                 "<row r=\"1\"><c r=\"A1\" t=\"inlineStr\"><is><t><![CDATA[a</row>b]]></t></is></c></row>"
+                                 "<row r=\"2\"><c r=\"A2\"><v>2</v></c></row><!-- </row> --></sheetData></worksheet>"));
+  EXPECT_THAT(Read(book, Columns({L"A"})), ElementsAre(Column{L"a</row>b", L"2.0"}));
 }
 
 TEST_F(SpreadsheetTest, TheActiveSheetIsRead) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <functional>
 #include <pugixml.hpp>
 #include <string_view>
 
@@ -30,26 +31,52 @@ struct ZipFileClose {
   void operator()(zip_file_t* file) const { zip_fclose(file); }
 };
 
-// The whole content of the archive member `name` (part names compare without case). False when
-// it is missing, too large or damaged.
-bool ReadPart(zip_t* archive, const std::string& name, std::string& bytes) {
-  const zip_int64_t index = zip_name_locate(archive, name.c_str(), ZIP_FL_NOCASE);
-  if (index < 0) return false;
-  zip_stat_t stat;
-  if (zip_stat_index(archive, static_cast<zip_uint64_t>(index), 0, &stat) != 0 || !(stat.valid & ZIP_STAT_SIZE) ||
-      stat.size > kMaxPartBytes)
-    return false;
-  std::unique_ptr<zip_file_t, ZipFileClose> file(zip_fopen_index(archive, static_cast<zip_uint64_t>(index), 0));
-  if (!file) return false;
-  bytes.resize(stat.size);
-  zip_uint64_t done = 0;
-  while (done < stat.size) {
-    const zip_int64_t n = zip_fread(file.get(), bytes.data() + done, stat.size - done);
-    if (n <= 0) return false;
-    done += static_cast<zip_uint64_t>(n);
+// An archive member read in pieces; part names compare without case.
+class PartStream {
+ public:
+  // False when the member is missing, cannot be opened, or claims to inflate to more than kMaxPartBytes.
+  bool Open(zip_t* archive, const std::string& name) {
+    const zip_int64_t index = zip_name_locate(archive, name.c_str(), ZIP_FL_NOCASE);
+    if (index < 0) return false;
+    zip_stat_t stat;
+    if (zip_stat_index(archive, static_cast<zip_uint64_t>(index), 0, &stat) != 0 || !(stat.valid & ZIP_STAT_SIZE) ||
+        stat.size > kMaxPartBytes)
+      return false;
+    size_ = stat.size;
+    file_.reset(zip_fopen_index(archive, static_cast<zip_uint64_t>(index), 0));
+    return file_ != nullptr;
   }
-  char extra;
-  return zip_fread(file.get(), &extra, 1) == 0;  // also lets libzip check the CRC at the end
+
+  // Appends up to `count` more bytes to `bytes`: the number appended, 0 at the end of the member, -1 when
+  // it is damaged (libzip checks the CRC when the end is reached) or longer than it said.
+  zip_int64_t ReadMore(std::string& bytes, std::size_t count) {
+    const std::size_t old = bytes.size();
+    bytes.resize(old + count);
+    const zip_int64_t n = zip_fread(file_.get(), bytes.data() + old, count);
+    bytes.resize(old + static_cast<std::size_t>(std::max<zip_int64_t>(n, 0)));
+    if (n > 0) read_ += static_cast<zip_uint64_t>(n);
+    if (read_ > size_ || (n == 0 && read_ != size_)) return -1;
+    return n;
+  }
+
+  zip_uint64_t Size() const { return size_; }
+
+ private:
+  std::unique_ptr<zip_file_t, ZipFileClose> file_;
+  zip_uint64_t size_ = 0;
+  zip_uint64_t read_ = 0;
+};
+
+// The whole content of the archive member `name`. False when it is missing, too large or damaged.
+bool ReadPart(zip_t* archive, const std::string& name, std::string& bytes) {
+  PartStream part;
+  if (!part.Open(archive, name)) return false;
+  bytes.clear();
+  bytes.reserve(part.Size());
+  zip_int64_t n = 0;
+  while ((n = part.ReadMore(bytes, std::max<std::size_t>(part.Size() - bytes.size(), 1))) > 0) {
+  }
+  return n == 0;
 }
 
 // Element and attribute names may carry a namespace prefix ("x:row") in sheets other programs write.
@@ -262,26 +289,103 @@ CellValue ValueOf(const pugi::xml_node& cell, const SharedStrings& strings) {
   return {CellType::Double, number, {}};
 }
 
+// A requested cell, kept small: most of a big table's cells are numbers, and texts live beside them.
 struct CellAt {
   std::int32_t row;
-  CellValue value;
+  CellType type;
+  std::uint32_t text;  // 1-based index into the texts; 0 for none
+  double number;
 };
+
+// The sheet is inflated and parsed a block of whole rows at a time, so neither the whole XML nor its whole
+// parse is ever held: the rows of a block are cut after its last row end tag and parsed as a fragment.
+constexpr std::size_t kSheetBlockBytes = std::size_t{1} << 20;
+
+// Just past the start tag of the sheetData element in `xml`, with its namespace prefix ("x:" or ""), or
+// npos when `xml` does not hold the whole tag yet.
+std::size_t FindSheetDataStart(std::string_view xml, std::string& prefix, bool& selfClosing) {
+  constexpr std::string_view kName = "sheetData";
+  for (std::size_t at = xml.find(kName); at != std::string_view::npos; at = xml.find(kName, at + 1)) {
+    std::size_t open = at;
+    if (open > 0 && xml[open - 1] == ':') {
+      open = xml.find_last_of("<:>/ \t\r\n\"'=", open - 2);
+      if (open == std::string_view::npos || xml[open] != '<') continue;
+      ++open;
+    }
+    if (open == 0 || xml[open - 1] != '<') continue;
+    const std::size_t after = at + kName.size();
+    if (after >= xml.size()) return std::string_view::npos;
+    if (std::string_view("> \t\r\n/").find(xml[after]) == std::string_view::npos) continue;
+    const std::size_t close = xml.find('>', after);
+    if (close == std::string_view::npos) return std::string_view::npos;
+    selfClosing = xml[close - 1] == '/';
+    prefix = std::string(xml.substr(open, at - open));
+    return close + 1;
+  }
+  return std::string_view::npos;
+}
+
+// Hands the rows of the worksheet part to `addRows` a block at a time (each call gets a fragment whose
+// top-level nodes are rows). False when the part is missing or damaged, or a block does not parse.
+bool StreamRows(zip_t* archive, const std::string& part,
+                const std::function<void(const pugi::xml_node&)>& addRows) {
+  PartStream stream;
+  if (!stream.Open(archive, part)) return false;
+  std::string pending;
+  std::string rowEnd;
+  std::string dataEnd;
+  pugi::xml_document fragment;
+  for (bool atEnd = false; !atEnd;) {
+    const zip_int64_t n = stream.ReadMore(pending, kSheetBlockBytes);
+    if (n < 0) return false;
+    atEnd = n == 0;
+    if (rowEnd.empty()) {
+      std::string prefix;
+      bool selfClosing = false;
+      const std::size_t start = FindSheetDataStart(pending, prefix, selfClosing);
+      if (start == std::string::npos) {
+        // A sheet without cells still has to be XML that holds together.
+        if (atEnd) return static_cast<bool>(fragment.load_buffer_inplace(pending.data(), pending.size(), kParseOptions));
+        continue;
+      }
+      if (selfClosing) return true;
+      rowEnd = "</" + prefix + "row>";
+      dataEnd = "</" + prefix + "sheetData>";
+      pending.erase(0, start);
+    }
+    std::size_t cut = atEnd ? pending.find(dataEnd) : pending.rfind(rowEnd);
+    if (cut == std::string::npos) {
+      if (atEnd) return false;
+      continue;
+    }
+    if (!atEnd) cut += rowEnd.size();
+    if (!fragment.load_buffer_inplace(pending.data(), cut, kParseOptions | pugi::parse_fragment)) return false;
+    addRows(fragment);
+    pending.erase(0, cut);
+  }
+  return true;
+}
 
 }  // namespace
 
-// The values of the requested columns only, taken out of the sheet when it is opened, so the inflated
-// XML and its parse are given back before the texts of the table are made.
+// The values of the requested columns only, taken out of the sheet while it is read.
 struct XlsxSheet::Impl {
   // Slot of each column number (0 for columns nobody asked for) and the cells of each slot by row.
   std::vector<std::size_t> slotOfColumn = std::vector<std::size_t>(1, 0);
   std::vector<std::vector<CellAt>> cellsOfSlot = std::vector<std::vector<CellAt>>(1);
   std::vector<std::size_t> nextOfSlot = std::vector<std::size_t>(1, 0);
+  std::vector<std::wstring> texts;
+  // The row before the next one without a reference of its own.
+  std::int32_t rowNumber = 0;
   // The column last asked for, so each letter is parsed once per column rather than once per cell.
   std::wstring cachedLetter;
   std::int32_t cachedColumn = 0;
 
   void PlanColumns(const std::vector<ColumnRequest>& requests);
-  void CollectCells(const pugi::xml_node& worksheet, const SharedStrings& strings);
+  void AddRows(const pugi::xml_node& parent, const SharedStrings& strings);
+  void AddCell(std::size_t slot, std::int32_t row, CellValue value);
+  void Clear();
+  void SortCells();
   const CellAt* Find(std::int32_t column, std::int32_t row);
 };
 
@@ -297,10 +401,8 @@ void XlsxSheet::Impl::PlanColumns(const std::vector<ColumnRequest>& requests) {
   }
 }
 
-void XlsxSheet::Impl::CollectCells(const pugi::xml_node& worksheet, const SharedStrings& strings) {
-  const pugi::xml_node sheetData = Child(worksheet, "sheetData");
-  std::int32_t rowNumber = 0;
-  for (pugi::xml_node row : sheetData.children()) {
+void XlsxSheet::Impl::AddRows(const pugi::xml_node& parent, const SharedStrings& strings) {
+  for (pugi::xml_node row : parent.children()) {
     if (!Named(row, "row")) continue;
     // Rows and cells without a reference follow the one before them.
     const std::int32_t numbered = row.attribute("r").as_int(0);
@@ -318,14 +420,30 @@ void XlsxSheet::Impl::CollectCells(const pugi::xml_node& worksheet, const Shared
         cellRow = rowNumber;
       }
       if (column < 1 || static_cast<std::size_t>(column) >= slotOfColumn.size() || cellRow > kMaxRow) continue;
-      if (const std::size_t slot = slotOfColumn[column]; slot != 0)
-        cellsOfSlot[slot].push_back({cellRow, ValueOf(cell, strings)});
+      if (const std::size_t slot = slotOfColumn[column]; slot != 0) AddCell(slot, cellRow, ValueOf(cell, strings));
     }
   }
-  for (auto& cells : cellsOfSlot) {
-    const auto byRow = [](const CellAt& a, const CellAt& b) { return a.row < b.row; };
-    if (!std::is_sorted(cells.begin(), cells.end(), byRow)) std::stable_sort(cells.begin(), cells.end(), byRow);
+}
+
+void XlsxSheet::Impl::AddCell(std::size_t slot, std::int32_t row, CellValue value) {
+  std::uint32_t text = 0;
+  if (value.type == CellType::Text) {
+    texts.push_back(std::move(value.text));
+    text = static_cast<std::uint32_t>(texts.size());
   }
+  cellsOfSlot[slot].push_back({row, value.type, text, value.number});
+}
+
+void XlsxSheet::Impl::Clear() {
+  for (auto& cells : cellsOfSlot) cells.clear();
+  texts.clear();
+  rowNumber = 0;
+}
+
+void XlsxSheet::Impl::SortCells() {
+  const auto byRow = [](const CellAt& a, const CellAt& b) { return a.row < b.row; };
+  for (auto& cells : cellsOfSlot)
+    if (!std::is_sorted(cells.begin(), cells.end(), byRow)) std::stable_sort(cells.begin(), cells.end(), byRow);
 }
 
 const CellAt* XlsxSheet::Impl::Find(std::int32_t column, std::int32_t row) {
@@ -370,11 +488,18 @@ std::unique_ptr<XlsxSheet> XlsxSheet::Open(const std::wstring& path, const std::
   impl->PlanColumns(requests);
   SharedStrings strings;
   if (!strings.Load(archive.get(), relationships)) return nullptr;
-  XmlPart sheetPart;
-  if (!sheetPart.Load(archive.get(), target->target)) return nullptr;
-  const pugi::xml_node worksheet = sheetPart.document.document_element();
-  if (!worksheet) return nullptr;
-  impl->CollectCells(worksheet, strings);
+  const auto addRows = [&](const pugi::xml_node& rows) { impl->AddRows(rows, strings); };
+  if (!StreamRows(archive.get(), target->target, addRows)) {
+    // A row end tag inside a comment or a character data section misleads the block cut: such sheets,
+    // like damaged ones, are read again as a whole.
+    impl->Clear();
+    XmlPart sheetPart;
+    if (!sheetPart.Load(archive.get(), target->target)) return nullptr;
+    const pugi::xml_node worksheet = sheetPart.document.document_element();
+    if (!worksheet) return nullptr;
+    impl->AddRows(Child(worksheet, "sheetData"), strings);
+  }
+  impl->SortCells();
   error = XlsxOpenError::None;
   return std::unique_ptr<XlsxSheet>(new XlsxSheet(std::move(impl)));
 }
@@ -386,7 +511,13 @@ CellRead XlsxSheet::Read(const std::wstring& letter, std::int32_t row, CellValue
   }
   if (impl_->cachedColumn == 0 || row < 1 || row > kMaxRow) return CellRead::NoSuchCell;
   const CellAt* found = impl_->Find(impl_->cachedColumn, row);
-  value = found ? found->value : CellValue{};
+  if (!found) {
+    value = CellValue{};
+    return CellRead::Value;
+  }
+  value.type = found->type;
+  value.number = found->number;
+  value.text = found->text == 0 ? std::wstring() : impl_->texts[found->text - 1];
   return CellRead::Value;
 }
 
