@@ -107,14 +107,15 @@ class SpreadsheetTest : public testing::Test {
 class BothRoadsTest : public SpreadsheetTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(BothRoadsTest, LayoutSampleGivesTheSameTable) {
-  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"A", L"B", L"C", L"D", L"E", L"F"}));
-  ASSERT_EQ(table.size(), 6u);
+  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"A", L"B", L"C", L"D", L"E", L"F", L"G"}));
+  ASSERT_EQ(table.size(), 7u);
   EXPECT_THAT(table[0], ElementsAre(L"Over", L"0.0", L"3.0", L"6.5", L"10.0"));
   EXPECT_THAT(table[1], ElementsAre(L"x", L"", L"2.5"));  // values in rows 1 and 3
   EXPECT_THAT(table[2], IsEmpty());                       // its first ten cells are empty
   EXPECT_EQ(table[3], Column({L"1.0", L"", L"", L"", L"", L"", L"", L"", L"", L"", L"2.0"}));
   EXPECT_THAT(table[4], ElementsAre(L"100000.0", L"-3.0", L"1.25", L"0.0", L"123456.789"));
   EXPECT_THAT(table[5], ElementsAre(L"\u00d8 10 \u00b5m", L" a ", L" "));
+  EXPECT_THAT(table[6], ElementsAre(L"", L"5.0", L"0.25", L"", L"7.0"));  // a date, a time: no numbers
 
   std::wstring error;
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable(table, error));

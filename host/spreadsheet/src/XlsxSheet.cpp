@@ -3,6 +3,7 @@
 #include <zip.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cstring>
 #include <functional>
@@ -268,8 +269,78 @@ struct SharedStrings {
   }
 };
 
+// Cell format 14 to 22, 27 to 36, 45 to 47 and 50 to 58 are the built-in dates and times.
+bool IsBuiltInDateFormat(unsigned id) {
+  return (id >= 14 && id <= 22) || (id >= 27 && id <= 36) || (id >= 45 && id <= 47) || (id >= 50 && id <= 58);
+}
+
+// A number format shows a date or time when it uses a day, month, year, hour or second outside quoted
+// texts, escaped characters, padding and fill characters, and bracketed colours and locales (elapsed
+// times such as "[h]" count).
+bool IsDateFormatCode(std::string_view code) {
+  for (std::size_t at = 0; at < code.size(); ++at) {
+    const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(code[at])));
+    if (c == '"') {
+      at = code.find('"', at + 1);
+      if (at == std::string_view::npos) return false;
+    } else if (c == '\\' || c == '_' || c == '*') {
+      ++at;
+    } else if (c == '[') {
+      const std::size_t close = code.find(']', at);
+      if (close == std::string_view::npos) return false;
+      const std::string_view inside = code.substr(at + 1, close - at - 1);
+      if (!inside.empty() && std::string_view("hHmMsS").find(inside.front()) != std::string_view::npos &&
+          inside.find_first_not_of(inside.front()) == std::string_view::npos)
+        return true;
+      at = close;
+    } else if (std::string_view("dmyhs").find(c) != std::string_view::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Which cell formats (the "s" of a cell) show their numbers as dates or times: such cells are dates to
+// the sheet, not numbers. A workbook without a readable style part has none.
+struct DateFormats {
+  std::vector<bool> byStyle;
+  bool any = false;
+
+  void Load(zip_t* archive, const std::vector<Relationship>& relationships) {
+    const std::string name = TargetOfType(relationships, "styles");
+    XmlPart part;
+    if (name.empty() || !part.Load(archive, name)) return;
+    const pugi::xml_node styleSheet = Child(part.document, "styleSheet");
+    std::vector<unsigned> customDates;
+    for (pugi::xml_node format : Child(styleSheet, "numFmts").children())
+      if (Named(format, "numFmt") && IsDateFormatCode(format.attribute("formatCode").value()))
+        customDates.push_back(format.attribute("numFmtId").as_uint());
+    for (pugi::xml_node style : Child(styleSheet, "cellXfs").children()) {
+      if (!Named(style, "xf")) continue;
+      const unsigned id = style.attribute("numFmtId").as_uint(0);
+      const bool date = IsBuiltInDateFormat(id) ||
+                        std::find(customDates.begin(), customDates.end(), id) != customDates.end();
+      byStyle.push_back(date);
+      any = any || date;
+    }
+  }
+
+  bool IsDate(const pugi::xml_node& cell) const {
+    if (!any) return false;
+    const unsigned style = cell.attribute("s").as_uint(0);
+    return style < byStyle.size() && byStyle[style];
+  }
+};
+
+// What a cell's attributes refer to elsewhere in the workbook.
+struct WorkbookLookups {
+  SharedStrings strings;
+  DateFormats dates;
+};
+
 // The value of a cell element, read as the sheet would hand it out.
-CellValue ValueOf(const pugi::xml_node& cell, const SharedStrings& strings) {
+CellValue ValueOf(const pugi::xml_node& cell, const WorkbookLookups& lookups) {
+  const SharedStrings& strings = lookups.strings;
   const std::string_view type = cell.attribute("t").value();
   const pugi::xml_node valueNode = Child(cell, "v");
   const char* text = valueNode.child_value();
@@ -286,6 +357,7 @@ CellValue ValueOf(const pugi::xml_node& cell, const SharedStrings& strings) {
   if (!valueNode) return {};  // a styled cell without a value is empty
   double number = 0.0;
   if (!ParseNumber(text, number)) return {CellType::Error, 0.0, {}};
+  if (lookups.dates.IsDate(cell)) return {CellType::Date, number, {}};
   return {CellType::Double, number, {}};
 }
 
@@ -382,7 +454,7 @@ struct XlsxSheet::Impl {
   std::int32_t cachedColumn = 0;
 
   void PlanColumns(const std::vector<ColumnRequest>& requests);
-  void AddRows(const pugi::xml_node& parent, const SharedStrings& strings);
+  void AddRows(const pugi::xml_node& parent, const WorkbookLookups& lookups);
   void AddCell(std::size_t slot, std::int32_t row, CellValue value);
   void Clear();
   void SortCells();
@@ -401,7 +473,7 @@ void XlsxSheet::Impl::PlanColumns(const std::vector<ColumnRequest>& requests) {
   }
 }
 
-void XlsxSheet::Impl::AddRows(const pugi::xml_node& parent, const SharedStrings& strings) {
+void XlsxSheet::Impl::AddRows(const pugi::xml_node& parent, const WorkbookLookups& lookups) {
   for (pugi::xml_node row : parent.children()) {
     if (!Named(row, "row")) continue;
     // Rows and cells without a reference follow the one before them.
@@ -420,7 +492,7 @@ void XlsxSheet::Impl::AddRows(const pugi::xml_node& parent, const SharedStrings&
         cellRow = rowNumber;
       }
       if (column < 1 || static_cast<std::size_t>(column) >= slotOfColumn.size() || cellRow > kMaxRow) continue;
-      if (const std::size_t slot = slotOfColumn[column]; slot != 0) AddCell(slot, cellRow, ValueOf(cell, strings));
+      if (const std::size_t slot = slotOfColumn[column]; slot != 0) AddCell(slot, cellRow, ValueOf(cell, lookups));
     }
   }
 }
@@ -486,9 +558,10 @@ std::unique_ptr<XlsxSheet> XlsxSheet::Open(const std::wstring& path, const std::
 
   auto impl = std::make_unique<Impl>();
   impl->PlanColumns(requests);
-  SharedStrings strings;
-  if (!strings.Load(archive.get(), relationships)) return nullptr;
-  const auto addRows = [&](const pugi::xml_node& rows) { impl->AddRows(rows, strings); };
+  WorkbookLookups lookups;
+  if (!lookups.strings.Load(archive.get(), relationships)) return nullptr;
+  lookups.dates.Load(archive.get(), relationships);
+  const auto addRows = [&](const pugi::xml_node& rows) { impl->AddRows(rows, lookups); };
   if (!StreamRows(archive.get(), target->target, addRows)) {
     // A row end tag inside a comment or a character data section misleads the block cut: such sheets,
     // like damaged ones, are read again as a whole.
@@ -497,7 +570,7 @@ std::unique_ptr<XlsxSheet> XlsxSheet::Open(const std::wstring& path, const std::
     if (!sheetPart.Load(archive.get(), target->target)) return nullptr;
     const pugi::xml_node worksheet = sheetPart.document.document_element();
     if (!worksheet) return nullptr;
-    impl->AddRows(Child(worksheet, "sheetData"), strings);
+    impl->AddRows(Child(worksheet, "sheetData"), lookups);
   }
   impl->SortCells();
   error = XlsxOpenError::None;

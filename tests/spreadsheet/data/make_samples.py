@@ -5,6 +5,7 @@
   make_samples.py samples DIR          the small samples and damaged files (committed beside this script)
   make_samples.py big ROWS FILE        a four-column table of ROWS rows under a header row (.xlsx or .xls)
 """
+import datetime
 import os
 import random
 import sys
@@ -27,7 +28,14 @@ LAYOUT = [
     ("E", 1, 100000), ("E", 2, -3), ("E", 3, 1.25), ("E", 4, 1e-7), ("E", 5, 123456.789),
     # F: texts that are not plain ASCII or not trimmed
     ("F", 1, "\u00d8 10 \u00b5m"), ("F", 2, " a "), ("F", 3, " "),
+    # G: dates and times are no numbers to the sheet; a percentage is
+    ("G", 1, (datetime.date(2020, 5, 17), "yyyy-mm-dd")), ("G", 2, 5), ("G", 3, (0.25, "0.00%")),
+    ("G", 4, (datetime.time(8, 30), "hh:mm")), ("G", 5, 7),
 ]
+
+
+def value_and_format(value):
+    return value if isinstance(value, tuple) else (value, None)
 
 
 def column_index(letter):
@@ -41,16 +49,21 @@ def write_layout_xlsx(path):
     book = openpyxl.Workbook()
     sheet = book.active
     sheet.title = "Table"
-    for letter, row, value in LAYOUT:
+    for letter, row, cell in LAYOUT:
+        value, number_format = value_and_format(cell)
         sheet[f"{letter}{row}"] = value
+        if number_format:
+            sheet[f"{letter}{row}"].number_format = number_format
     book.save(path)
 
 
 def write_layout_xls(path):
     book = xlwt.Workbook()
     sheet = book.add_sheet("Table")
-    for letter, row, value in LAYOUT:
-        sheet.write(row - 1, column_index(letter), value)
+    for letter, row, cell in LAYOUT:
+        value, number_format = value_and_format(cell)
+        style = xlwt.easyxf(num_format_str=number_format) if number_format else xlwt.Style.default_style
+        sheet.write(row - 1, column_index(letter), value, style)
     book.save(path)
 
 
