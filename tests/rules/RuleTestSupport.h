@@ -1,6 +1,6 @@
 #pragma once
-// Shared by the rule tests: every rule class of the module, value access, and a fixture that formats
-// English resource texts and saves a rule into a fresh rule set.
+// Shared by the rule tests: every rule class of the module, value access, saved-record snippets, and a
+// fixture that formats English resource texts and saves a rule into a fresh rule set.
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -27,16 +27,12 @@ template <typename T>
 RulePtr Make() {
   return std::make_unique<T>();
 }
+inline const std::vector<RuleFactory> kAllRules = {
+    Make<CKVXIMHoleDepthToDiaRule>,  Make<KVXIMBossDraftRule>,      Make<CKVXIMRibTipThicknessRule>,
+    Make<KVXIMLipBottomRadiusRule>,  Make<CKVXIMMaxCutoutAreaRule>, Make<CKVXIMSpacingBetweenHolesRule>,
+    Make<CKVXIMMinRibClearanceRule>, Make<CKVXIMRibReinforcementRule>};
 
-inline const std::vector<RuleFactory>& AllRules() {
-  static const std::vector<RuleFactory> rules = {
-      Make<CKVXIMHoleDepthToDiaRule>,  Make<KVXIMBossDraftRule>,          Make<CKVXIMRibTipThicknessRule>,
-      Make<KVXIMLipBottomRadiusRule>,  Make<CKVXIMMaxCutoutAreaRule>,     Make<CKVXIMSpacingBetweenHolesRule>,
-      Make<CKVXIMMinRibClearanceRule>, Make<CKVXIMRibReinforcementRule>};
-  return rules;
-}
-
-// Parameter `id` of the rule, or of its first constraint when `constraint` is set (fails the test if absent).
+// Parameter `id` of the rule, or of its first constraint (throws, failing the test, when there is none).
 inline CKvxParamStorage& Param(const CKvxRule& rule, long id, bool constraint = false) {
   CKvxParamStorage* parameter = nullptr;
   if (!constraint) parameter = rule.FindParameterInArray(id);
@@ -47,9 +43,17 @@ inline CKvxParamStorage& Param(const CKvxRule& rule, long id, bool constraint = 
 inline std::vector<double>& Values(const CKvxRule& rule, long id, bool constraint = false) {
   return *kvx::params::DoubleValues(&Param(rule, id, constraint));
 }
+// Sets the operator of `id` in the rule and in its first constraint.
 inline void SetOperator(const CKvxRule& rule, long id, int op) {
   Param(rule, id).iOperator = op;
   if (!rule.Constraints().empty()) Param(rule, id, true).iOperator = op;
+}
+
+inline std::string ParamXml(long id, int op, double value) {
+  return fmt::format(R"(<Parameter Type="{}"><Operator>{}</Operator><Value>{:f}</Value></Parameter>)", id, op, value);
+}
+inline std::string ConstraintXml(const std::string& name, const std::string& parameters) {
+  return R"(<Constraint Type="1" Value=")" + name + R"(">)" + parameters + "</Constraint>";
 }
 
 class RuleTest : public ModuleFixture {
@@ -61,12 +65,12 @@ class RuleTest : public ModuleFixture {
   }
   std::wstring OrEqual() const { return En(2043); }
 
-  // Writes `rule` with GetXML as the only rule of a fresh rule set and returns the reloaded "Rule" element.
-  std::unique_ptr<KvxXMLNode> Save(CKvxRule& rule, const std::string& unitAttributes = "") {
+  // Writes `rule` with GetXML as the only rule of a fresh rule set (root attributes `units`) and returns the
+  // reloaded "Rule" element.
+  std::unique_ptr<KvxXMLNode> Save(CKvxRule& rule, const std::string& units = "") {
     root_ = document_->CreateRootNode(L"RuleSet");
     std::string text = Place(rule.GetXML());
-    const auto at = text.find("<RuleSet");
-    if (at != std::string::npos) text.insert(at + 8, " " + unitAttributes);
+    text.insert(text.find("<RuleSet") + 8, " " + units);
     return LoadRule(text);
   }
 };
