@@ -10,7 +10,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: kvx_sheet_floor xlsx|xls FILE\n");
     return 2;
   }
-  const std::size_t cells = std::strcmp(argv[1], "xlsx") == 0 ? kvx::bench::XlsxFloor(argv[2]) : kvx::bench::XlsFloor(argv[2]);
+  const bool xlsx = std::strcmp(argv[1], "xlsx") == 0;
+  const std::size_t cells = xlsx ? kvx::bench::XlsxFloor(argv[2]) : kvx::bench::XlsFloor(argv[2]);
   std::printf("%zu cells\n", cells);
   return cells == 0 ? 1 : 0;
 }

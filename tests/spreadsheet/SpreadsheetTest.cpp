@@ -225,15 +225,18 @@ std::map<std::string, std::string> ForeignWorkbook(const std::string& sheetXml) 
 
 TEST_F(SpreadsheetTest, ForeignWorkbookWithPrefixesSharedStringsAndCellsWithoutReferences) {
   const fs::path book = ScratchFolder() / "foreign.xlsx";
-  WriteZip(book, ForeignWorkbook(
-                     R"(<x:worksheet xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:sheetData>)"
-                     R"(<x:row><x:c t="s"><x:v>0</x:v></x:c><x:c t="s"><x:v>1</x:v></x:c>)"
-                     R"(<x:c t="inlineStr"><x:is><x:t>inline</x:t></x:is></x:c></x:row>)"
-                     R"(<x:row><x:c><x:v>4</x:v></x:c><x:c t="b"><x:v>1</x:v></x:c><x:c t="str"><x:v>formula</x:v></x:c></x:row>)"
-                     R"(<x:row><x:c t="s"><x:v>2</x:v></x:c><x:c t="e"><x:v>#DIV/0!</x:v></x:c><x:c><x:v>2.5E1</x:v></x:c></x:row>)"
-                     R"(<x:row r="5"><x:c r="C5" t="s"><x:v>99</x:v></x:c><x:c r="A5"><x:v>5</x:v></x:c></x:row>)"
-                     R"(<x:row r="4"><x:c r="A4"><x:v>4.5</x:v></x:c><x:c r="B4" s="3"/></x:row>)"
-                     R"(</x:sheetData></x:worksheet>)"));
+  const std::string sheet =
+      R"(<x:worksheet xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:sheetData>)"
+      R"(<x:row><x:c t="s"><x:v>0</x:v></x:c><x:c t="s"><x:v>1</x:v></x:c>)"
+      R"(<x:c t="inlineStr"><x:is><x:t>inline</x:t></x:is></x:c></x:row>)"
+      R"(<x:row><x:c><x:v>4</x:v></x:c><x:c t="b"><x:v>1</x:v></x:c>)"
+      R"(<x:c t="str"><x:v>formula</x:v></x:c></x:row>)"
+      R"(<x:row><x:c t="s"><x:v>2</x:v></x:c><x:c t="e"><x:v>#DIV/0!</x:v></x:c>)"
+      R"(<x:c><x:v>2.5E1</x:v></x:c></x:row>)"
+      R"(<x:row r="5"><x:c r="C5" t="s"><x:v>99</x:v></x:c><x:c r="A5"><x:v>5</x:v></x:c></x:row>)"
+      R"(<x:row r="4"><x:c r="A4"><x:v>4.5</x:v></x:c><x:c r="B4" s="3"/></x:row>)"
+      R"(</x:sheetData></x:worksheet>)";
+  WriteZip(book, ForeignWorkbook(sheet));
   const SpreadsheetTable table = Read(book, Columns({L"A", L"B", L"C"}));
   ASSERT_EQ(table.size(), 3u);
   EXPECT_THAT(table[0], ElementsAre(L"plain", L"4.0", L"line\rend & more", L"4.5", L"5.0"));
@@ -291,9 +294,9 @@ TEST_F(SpreadsheetTest, BigSheetIsReadAcrossBlocks) {
 
 TEST_F(SpreadsheetTest, RowEndInsideACommentOrCharacterData) {
   const fs::path book = ScratchFolder() / "hidden.xlsx";
-  WriteZip(book, ForeignWorkbook("<worksheet><sheetData>"
-                                 "<row r=\"1\"><c r=\"A1\" t=\"inlineStr\"><is><t><![CDATA[a</row>b]]></t></is></c></row>"
-                                 "<row r=\"2\"><c r=\"A2\"><v>2</v></c></row><!-- </row> --></sheetData></worksheet>"));
+  WriteZip(book, ForeignWorkbook(R"(<worksheet><sheetData>)"
+                                 R"(<row r="1"><c r="A1" t="inlineStr"><is><t><![CDATA[a</row>b]]></t></is></c></row>)"
+                                 R"(<row r="2"><c r="A2"><v>2</v></c></row><!-- </row> --></sheetData></worksheet>)"));
   EXPECT_THAT(Read(book, Columns({L"A"})), ElementsAre(Column{L"a</row>b", L"2.0"}));
 }
 
@@ -372,7 +375,8 @@ TEST_F(SpreadsheetTest, CheckSurvivesABadTranslation) {
 }
 
 TEST_F(SpreadsheetTest, CheckFillsTheRealEnglishFormat) {
-  const auto english = kvx::platform::ResourceLibrary::Load(Wide(fs::path(KVX_BIN_DIR) / "res/english/libKVXIMRulesResu.so"));
+  const fs::path library = fs::path(KVX_BIN_DIR) / "res/english/libKVXIMRulesResu.so";
+  const auto english = kvx::platform::ResourceLibrary::Load(Wide(library));
   ASSERT_NE(english, nullptr);
   kvx::platform::ResourceScope scope(english.get());
   std::wstring error;

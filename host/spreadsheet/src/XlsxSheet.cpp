@@ -379,7 +379,7 @@ std::size_t FindSheetDataStart(std::string_view xml, std::string& prefix, bool& 
   constexpr std::string_view kName = "sheetData";
   for (std::size_t at = xml.find(kName); at != std::string_view::npos; at = xml.find(kName, at + 1)) {
     std::size_t open = at;
-    if (open > 0 && xml[open - 1] == ':') {
+    if (open > 1 && xml[open - 1] == ':') {
       open = xml.find_last_of("<:>/ \t\r\n\"'=", open - 2);
       if (open == std::string_view::npos || xml[open] != '<') continue;
       ++open;
@@ -417,8 +417,8 @@ bool StreamRows(zip_t* archive, const std::string& part,
       const std::size_t start = FindSheetDataStart(pending, prefix, selfClosing);
       if (start == std::string::npos) {
         // A sheet without cells still has to be XML that holds together.
-        if (atEnd) return static_cast<bool>(fragment.load_buffer_inplace(pending.data(), pending.size(), kParseOptions));
-        continue;
+        if (!atEnd) continue;
+        return static_cast<bool>(fragment.load_buffer_inplace(pending.data(), pending.size(), kParseOptions));
       }
       if (selfClosing) return true;
       rowEnd = "</" + prefix + "row>";
