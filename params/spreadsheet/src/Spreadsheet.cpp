@@ -34,14 +34,25 @@ std::wstring JoinNumbers(const std::vector<std::size_t>& numbers) {
   return joined;
 }
 
-// The helper is looked for beside the binary that holds this reader first, where it is installed with
-// the module, and only then by its bare file name along the loader's search path.
+// The folder of the loaded binary that holds `address`; empty when it cannot be told.
+std::wstring FolderOfBinaryHolding(const void* address) {
+  return kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(address));
+}
+
+// The helper is installed beside the module and the platform library: it is looked for beside the binary
+// that holds this reader, then beside the platform library (when the reader is linked into a program
+// elsewhere, as test programs are), and only then by its bare file name along the loader's search path.
 std::wstring HelperLibrary() {
   const std::wstring fileName = kvx::platform::LibraryFileName(kvx::sheet::kHelperLibraryName);
-  const std::wstring self = kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&HelperLibrary));
-  if (self.empty()) return fileName;
-  const std::wstring beside = kvx::platform::JoinPath(kvx::platform::ParentPath(self), fileName);
-  return kvx::platform::FileExists(beside) ? beside : fileName;
+  const void* const anchors[] = {reinterpret_cast<const void*>(&HelperLibrary),
+                                 reinterpret_cast<const void*>(&kvx::platform::LibraryFileName)};
+  for (const void* anchor : anchors) {
+    const std::wstring folder = FolderOfBinaryHolding(anchor);
+    if (folder.empty()) continue;
+    const std::wstring beside = kvx::platform::JoinPath(folder, fileName);
+    if (kvx::platform::FileExists(beside)) return beside;
+  }
+  return fileName;
 }
 
 }  // namespace
