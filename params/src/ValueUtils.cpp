@@ -90,9 +90,14 @@ double RoundTo(double x, int decimals) {
 }
 
 std::wstring DoubleToShortText(double value) {
-  std::wstring text = fmt::sprintf(L"%lf", value);
-  const auto last = text.find_last_not_of(L'0');
-  text.erase(last == std::wstring::npos ? 0 : last + 1);
+  // The digits of "%lf" (fixed, six decimals), without the formatter: spreadsheet imports call this for
+  // every cell.
+  char buffer[400];
+  const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 6);
+  if (error != std::errc()) return fmt::sprintf(L"%lf", value);
+  const char* last = end;
+  while (last != buffer && last[-1] == '0') --last;
+  std::wstring text(static_cast<const char*>(buffer), last);
   RestoreZeroAfterSeparator(text);
   return text;
 }
