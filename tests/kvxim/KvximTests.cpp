@@ -166,6 +166,46 @@ TEST_F(Kvxim, ConvertChangesUnitsAndWritesAtomically) {
   }
 }
 
+const json* FindConstraintParameter(const json& rule, const std::string& constraint, int id) {
+  for (const auto& entry : rule["constraints"]) {
+    if (entry["name"] == constraint) {
+      for (const auto& parameter : entry["parameters"]) {
+        if (parameter["id"] == id) return &parameter;
+      }
+    }
+  }
+  return nullptr;
+}
+
+// Each rule converts exactly its own set of values: its own, its "Default" constraint's, or none.
+TEST_F(Kvxim, ConvertChangesExactlyWhatEachRuleConverts) {
+  ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
+  ASSERT_EQ(Run("convert " + Path("set.xml") + " --length in --angle rad").exitCode, 0);
+  const json rules = json::parse(Run("show " + Path("set.xml") + " --json").out);
+  const auto values = [&](int rule, int id) { return (*FindParameter(*FindRule(rules, rule), id))["values"]; };
+  const auto defaults = [&](int rule, int id) {
+    return (*FindConstraintParameter(*FindRule(rules, rule), "Default", id))["values"];
+  };
+  EXPECT_EQ(values(12150, 2347), json::array({2.0}));  // ratios: nothing converted
+  EXPECT_EQ(values(12160, 2374), json::array({2.0}));
+  EXPECT_EQ(values(12220, 2730), json::array({0.8, 1.5}));  // rib tip: the constraints' values only
+  EXPECT_EQ(defaults(12220, 2730), json::array({0.031496, 0.059055}));
+  EXPECT_EQ(values(12060, 2081), json::array({10.0}));  // cut-out area: the constraints' values only
+  EXPECT_EQ(defaults(12060, 2081), json::array({0.393701}));
+  EXPECT_EQ(values(12050, 2077), json::array({5.0}));  // rib reinforcement: the constraints' area only
+  EXPECT_EQ(defaults(12050, 2077), json::array({0.19685}));
+  EXPECT_EQ(defaults(12050, 2102), json::array({3.0}));
+  EXPECT_EQ(values(12176, 2468), json::array({0.25}));  // boss draft: the constraints' angles only
+  EXPECT_EQ(defaults(12176, 2468), json::array({0.004363}));
+  EXPECT_EQ(defaults(12176, 2469), json::array({0.008727}));
+  // The tolerance table: every column of every material divided by 25.4.
+  const json* tolerance = FindRule(rules, 12174);
+  ASSERT_NE(tolerance, nullptr);
+  ASSERT_EQ((*tolerance)["constraints"].size(), 7u);
+  EXPECT_EQ((*FindConstraintParameter(*tolerance, "ABS", 2518))["values"][0], 0.03937);  // Upto 1 mm
+  EXPECT_EQ((*FindConstraintParameter(*tolerance, "ABS", 2519))["values"][0], 0.007087);  // A 0.18 mm
+}
+
 TEST_F(Kvxim, ResourceAndUnitsAnswerWithoutTheModule) {
   EXPECT_EQ(Run("resource 2827").out, "Default\n");
   const Result german = Run("resource 2345 --lang german");
