@@ -1,0 +1,234 @@
+// `kvxim edit`: the command as a process (rules it cannot find, a machine without a display, a build
+// without Qt), and, with Qt, the command in this process with its dialogs driven offscreen: accepted
+// untouched it writes the rule set unchanged, a table typed into the tolerance dialog is what `kvxim show`
+// then shows, and Cancel writes nothing.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+
+#ifdef KVXIM_WITH_QT
+#include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTableView>
+#include <QTest>
+#include <QTimer>
+#include <clocale>
+#include <functional>
+
+#include "EditCommand.h"
+#include "ModuleHost.h"
+#include "kvx/platform/Text.h"
+#endif
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+struct Result {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+class EditCommand : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("kvxim-edit-" + std::to_string(getpid()) + "-" +
+                                          ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(folder_);
+    const Result made = Run("new -o '" + Path("rules.xml") + "'");
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    original_ = ReadFile(Path("rules.xml"));
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  // Runs kvxim with `args` (shell-quoted) and its own material database; `environment` goes first
+  // ("env -u NAME" and the like).
+  Result Run(const std::string& args, const std::string& environment = "") {
+    const fs::path out = folder_ / "stdout", err = folder_ / "stderr";
+    const std::string command = environment + " KVX_MATERIAL_DB='" + Path("materials.sqlite") + "' " +
+                                std::string(KVX_BIN_DIR) + "/kvxim " + args + " >'" + out.string() + "' 2>'" +
+                                err.string() + "' </dev/null";
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
+  }
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+
+  fs::path folder_;
+  std::string original_;
+};
+
+constexpr char kNoDisplay[] = "env -u QT_QPA_PLATFORM -u DISPLAY -u WAYLAND_DISPLAY";
+
+TEST_F(EditCommand, AnUnknownRuleOrFileIsAnErrorAndWritesNothing) {
+  Result result = Run("edit '" + Path("rules.xml") + "' --rule 'No such rule' -o '" + Path("out.xml") + "'");
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_NE(result.err.find("has no rule \"No such rule\""), std::string::npos) << result.err;
+  EXPECT_FALSE(fs::exists(Path("out.xml")));
+
+  result = Run("edit '" + Path("missing.xml") + "' --rule 12150");
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_FALSE(result.err.empty());
+  EXPECT_NE(Run("edit '" + Path("rules.xml") + "'").exitCode, 0) << "--rule is required";
+}
+
+TEST_F(EditCommand, WithoutADialogTheModuleSaysSoAndNothingIsWritten) {
+  for (const char* rule : {"12150", "recommended moulding tolerance"}) {
+    const Result result = Run("edit '" + Path("rules.xml") + "' --rule '" + rule + "'", kNoDisplay);
+    EXPECT_EQ(result.exitCode, 1) << rule;
+    EXPECT_NE(result.err.find("Korvex: "), std::string::npos) << "the module's message: " << result.err;
+    EXPECT_NE(result.err.find("nothing was written"), std::string::npos) << result.err;
+    EXPECT_EQ(ReadFile(Path("rules.xml")), original_);
+  }
+}
+
+#ifdef KVXIM_WITH_QT
+
+// The command in this process: the module is loaded from the build's bin folder, and `script` is played
+// on the dialog that EditRule opens. Message boxes that show up meanwhile are counted and closed.
+class EditInProcess : public EditCommand {
+ protected:
+  void SetUp() override {
+    EditCommand::SetUp();
+    setenv("KVX_MODULE_DIR", KVX_BIN_DIR, 1);
+    setenv("KVX_MATERIAL_DB", Path("materials.sqlite").c_str(), 1);
+  }
+  void TearDown() override {
+    unsetenv("KVX_MODULE_DIR");
+    unsetenv("KVX_MATERIAL_DB");
+    EditCommand::TearDown();
+  }
+
+  int Edit(const std::string& rule, const std::string& output, const std::function<void(QDialog&)>& script) {
+    std::wstring error, warning;
+    auto host = kvxim::ModuleHost::Load(L"", error, warning);
+    EXPECT_TRUE(host) << kvx::platform::Narrow(error);
+    if (!host) return -1;
+    bool played = false;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+      QWidget* modal = QApplication::activeModalWidget();
+      if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+        ++messageBoxes_;
+        box->accept();
+      } else if (auto* dialog = qobject_cast<QDialog*>(modal); dialog && !played) {
+        played = true;
+        script(*dialog);
+      }
+    });
+    timer.start(20);
+    std::ostringstream out, err;
+    const int code = kvxim::RunEdit(*host, {Path("rules.xml"), rule, output.empty() ? "" : Path(output)}, out, err);
+    EXPECT_TRUE(played) << "no dialog was shown: " << err.str();
+    errors_ = err.str();
+    return code;
+  }
+
+  int messageBoxes_ = 0;
+  std::string errors_;
+};
+
+TEST_F(EditInProcess, AcceptedUntouchedTheRuleSetIsWrittenUnchanged) {
+  const int code = Edit("12150", "out.xml", [](QDialog& dialog) { dialog.accept(); });
+  ASSERT_EQ(code, kvxim::kEditSaved) << errors_;
+  EXPECT_EQ(ReadFile(Path("out.xml")), original_);
+  EXPECT_EQ(ReadFile(Path("rules.xml")), original_);
+  EXPECT_EQ(messageBoxes_, 0);
+}
+
+TEST_F(EditInProcess, CancelWritesNothing) {
+  const int code = Edit("Recommended Moulding TOLERANCE", "out.xml", [](QDialog& dialog) { dialog.reject(); });
+  EXPECT_EQ(code, kvxim::kEditCancelled);
+  EXPECT_FALSE(fs::exists(Path("out.xml")));
+  EXPECT_EQ(ReadFile(Path("rules.xml")), original_);
+}
+
+TEST_F(EditInProcess, ATableAcceptedInTheToleranceDialogIsWhatShowShows) {
+  std::string material;
+  const int code = Edit("12174", "", [&](QDialog& dialog) {
+    auto* materials = dialog.findChild<QTableView*>(QStringLiteral("materialList"));
+    auto* table = dialog.findChild<QTableView*>(QStringLiteral("toleranceTable"));
+    ASSERT_TRUE(materials && table);
+    material = materials->currentIndex().siblingAtColumn(0).data().toString().toStdString();
+    int placeholder = 0;
+    while (placeholder < table->model()->rowCount() &&
+           table->model()->index(placeholder, 0).data().toString() != QStringLiteral("<Add row>")) {
+      ++placeholder;
+    }
+    ASSERT_LT(placeholder, table->model()->rowCount());
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    const QModelIndex cell = table->model()->index(placeholder, 0);
+    table->scrollTo(cell);
+    const QPoint centre = table->visualRect(cell).center();
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, centre);
+    QTest::mouseDClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, centre);
+    for (const char* text : {"1000", "2000", "0.5", "0.05"}) {
+      QLineEdit* editor = nullptr;  // the open one; closed editors are hidden until they are deleted
+      for (QLineEdit* candidate : table->viewport()->findChildren<QLineEdit*>()) {
+        if (candidate->isVisible()) editor = candidate;
+      }
+      ASSERT_NE(editor, nullptr);
+      QTest::keyClicks(editor, text);
+      QTest::keyClick(editor, Qt::Key_Tab);
+    }
+    dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+  });
+  ASSERT_EQ(code, kvxim::kEditSaved) << errors_;
+  ASSERT_FALSE(material.empty());
+
+  const Result shown = Run("show --json '" + Path("rules.xml") + "'");
+  ASSERT_EQ(shown.exitCode, 0) << shown.err;
+  const json rules = json::parse(shown.out);
+  const json* tolerance = nullptr;
+  for (const auto& rule : rules) {
+    if (!rule.is_null() && rule["id"] == 12174) tolerance = &rule;
+  }
+  ASSERT_NE(tolerance, nullptr);
+  bool found = false;
+  for (const auto& constraint : (*tolerance)["constraints"]) {
+    if (constraint["name"] != material) continue;
+    EXPECT_EQ(constraint["status"], true) << "the material shown when OK was pressed applies by default";
+    for (const auto& parameter : constraint["parameters"]) {
+      const auto& values = parameter["values"];
+      if (parameter["id"] == 2517) found = !values.empty() && values.back() == 1000.0;
+      if (parameter["id"] == 2520) {
+        EXPECT_EQ(values.back(), 0.05);
+      }
+    }
+  }
+  EXPECT_TRUE(found) << "the typed band is the material's last row";
+}
+
+#endif
+
+}  // namespace
+
+#ifdef KVXIM_WITH_QT
+// The in-process tests run in an offscreen Qt application that the command finds and keeps.
+int main(int argc, char** argv) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  ::testing::InitGoogleTest(&argc, argv);
+  QApplication application(argc, argv);
+  std::setlocale(LC_NUMERIC, "C");
+  return RUN_ALL_TESTS();
+}
+#endif
