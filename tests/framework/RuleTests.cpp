@@ -323,17 +323,6 @@ TEST(RuleBase, CopyTakesIdentityAndStateButNotParameters) {
   EXPECT_EQ(target.GetRuleId(), 12150);
 }
 
-TEST(RuleBase, UnitUpdateTakesTheNewSystem) {
-  CKvxRule rule;
-  const RuleUnitSystemStructure from{KVX_UNIT_MM, KVX_ANGLE_DEGREE};
-  const RuleUnitSystemStructure to{KVX_UNIT_INCH, KVX_ANGLE_RADIAN};
-  rule.UpdateRule(&from, &to);
-  EXPECT_EQ(rule.m_unitSystem.iLengthUnit, KVX_UNIT_INCH);
-  EXPECT_EQ(rule.m_unitSystem.iAngleUnit, KVX_ANGLE_RADIAN);
-  rule.UpdateRule(&to, nullptr);
-  EXPECT_EQ(rule.m_unitSystem.iLengthUnit, KVX_UNIT_INCH);
-}
-
 // --- User-interface services -----------------------------------------------------------------------
 
 TEST(UiServices, WithoutADialogConfigureRuleTellsTheUserAndCancels) {

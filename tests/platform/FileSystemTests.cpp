@@ -139,16 +139,6 @@ TEST_F(FileSystemProbes, CreateOneDirectoryNeedsItsParent) {
   EXPECT_EQ(CreateOneDirectory(W(folder_ / "missing" / "two")), ProbeError::NotFound);
 }
 
-TEST_F(FileSystemProbes, RemoveOnlyWhatCanBeRemoved) {
-  fs::create_directories(folder_ / "full" / "inner");
-  EXPECT_FALSE(RemoveEmptyDirectory(W(folder_ / "full")));
-  EXPECT_TRUE(RemoveEmptyDirectory(W(folder_ / "full" / "inner")));
-  EXPECT_TRUE(RemoveEmptyDirectory(W(folder_ / "full")));
-  WriteWholeFile(folder_ / "f", "x");
-  EXPECT_TRUE(RemoveFile(W(folder_ / "f")));
-  EXPECT_FALSE(RemoveFile(W(folder_ / "f")));
-}
-
 // --- Atomic writing ------------------------------------------------------------------------------
 
 class AtomicWrite : public ::testing::Test {

@@ -61,10 +61,6 @@ TEST(DynamicLibrary, FindLoadedNeverLoads) {
   EXPECT_NE(found->Symbol("KvxFixturePlain"), nullptr);
 }
 
-TEST(DynamicLibrary, LibraryFileNameFollowsThePlatform) {
-  EXPECT_EQ(LibraryFileName(L"KVXIMRulesResu"), L"libKVXIMRulesResu.so");
-}
-
 TEST(DynamicLibrary, PathOfBinaryContainingIsAbsolute) {
   const auto library = DynamicLibrary::Load(kResFixture);
   ASSERT_TRUE(library);

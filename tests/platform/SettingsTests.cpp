@@ -20,7 +20,6 @@ const std::wstring kAddinKey = L"SOFTWARE\\Tarvell\\QPL_PRODUCT\\Korvex\\Add-in"
 class SettingsStore : public ::testing::Test {
  protected:
   std::filesystem::path UserFile() const { return Narrow(SettingsFilePath(SettingsHive::CurrentUser)); }
-  std::filesystem::path MachineFile() const { return Narrow(SettingsFilePath(SettingsHive::LocalMachine)); }
   std::optional<std::int64_t> ReadLanguage() const {
     return ReadSettingNumber(SettingsHive::CurrentUser, kAddinKey, L"OptionsLanguage");
   }
@@ -28,12 +27,6 @@ class SettingsStore : public ::testing::Test {
   kvx::test::ScratchFolder folder_;
   kvx::test::ScopedEnv settingsDir_{"KVX_SETTINGS_DIR", folder_.Path().string()};
 };
-
-TEST_F(SettingsStore, BothHivesLiveInTheChosenFolderInSeparateFiles) {
-  EXPECT_EQ(UserFile().parent_path(), folder_.Path());
-  EXPECT_EQ(MachineFile().parent_path(), folder_.Path());
-  EXPECT_NE(UserFile(), MachineFile());
-}
 
 TEST_F(SettingsStore, MissingFileReadsAsNothing) {
   EXPECT_EQ(ReadLanguage(), std::nullopt);

@@ -35,12 +35,6 @@ TEST(Utf8, EveryScalarValueRoundTrips) {
   EXPECT_EQ(Narrow(Widen(utf8)), utf8);
 }
 
-TEST(Utf8, EmbeddedNulCharactersSurvive) {
-  const std::string text("a\0b", 3);
-  EXPECT_EQ(Widen(text), std::wstring(L"a\0b", 3));
-  EXPECT_EQ(Narrow(std::wstring(L"a\0b", 3)), text);
-}
-
 TEST(Utf8, MalformedSequencesBecomeReplacementAndTheRestSurvives) {
   struct Case {
     const char* name;
