@@ -131,7 +131,9 @@ TEST(ModuleExports, AFreshSpacingRuleWritesItsOlderKeyName) {
   LoadedModule module;
   auto rules = module.AllRules();
   for (const CKvxRule* rule : rules) {
-    if (rule->m_iRuleId == 12160) EXPECT_EQ(rule->m_csRuleName, L"Spacing Between Holes");
+    if (rule->m_iRuleId == 12160) {
+      EXPECT_EQ(rule->m_csRuleName, L"Spacing Between Holes");
+    }
   }
   module.Release(rules);
 }
