@@ -7,6 +7,7 @@
 #include "../support/ModuleFixture.h"
 #include "RuleTestSupport.h"
 #include "kvx/framework/gui/QtUiServices.h"
+#include "kvx/rules/CKVXIMMinRibClearanceRule.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/rules/RecoMoldTolDatabase.h"
 #include "kvx/ui/qt/RuleDialogs.h"
@@ -41,13 +42,18 @@ TEST_F(NoApplicationTest, TheToleranceDialogIsRefused) {
   EXPECT_EQ(rule.Constraints().size(), 1u);
 }
 
-TEST_F(NoApplicationTest, TheRegisteredEditorOfTheToleranceRuleIsRefused) {
+TEST_F(NoApplicationTest, TheRegisteredEditorsOfTheRulesAreRefused) {
   kvx::ui::qt::RegisterRuleDialogs();
-  CKVXRecoMoldTolRule rule(nullptr);
-  rule.EditRule();
+  CKVXRecoMoldTolRule tolerance(nullptr);
+  tolerance.EditRule();
   EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
-  ASSERT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(messages_.messages[0].text, L"no user interface is available");
+  CKVXIMMinRibClearanceRule clearance;
+  KvxSetLastDialogResult(KVX_IDOK);
+  clearance.EditRule();
+  EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
+  ASSERT_EQ(messages_.messages.size(), 2u);
+  for (const auto& message : messages_.messages) EXPECT_EQ(message.text, L"no user interface is available");
+  SetMinRibClearanceEditor({});
 }
 
 TEST_F(NoApplicationTest, TheRibClearanceAndGenericDialogsAreRefused) {

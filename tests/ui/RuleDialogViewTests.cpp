@@ -2,7 +2,9 @@
 // rule picture they show. Each test leaves a screenshot.
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QCheckBox>
+#include <QTimer>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QTest>
@@ -16,7 +18,9 @@
 #include "kvx/framework/gui/RuleDlgBase.h"
 #include "kvx/params/TypedParamStorage.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
+#include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/ui/qt/MinRibClearanceDialog.h"
+#include "kvx/ui/qt/RuleDialogs.h"
 
 namespace {
 
@@ -82,6 +86,27 @@ TEST_F(MinRibClearanceDialogTest, CancelLeavesTheRuleAlone) {
   kvx::test::SaveScreenshot(dialog, "MinRibClearanceDialog-" + TestName());
   dialog.reject();
   EXPECT_EQ(*kvx::params::DoubleValues(rule.FindParameterInArray(2061)), std::vector<double>{3.0});
+}
+
+TEST_F(MinRibClearanceDialogTest, EditRuleOpensItWithTheRulesPicture) {
+  kvx::ui::qt::RegisterRuleDialogs();
+  CKVXIMMinRibClearanceRule rule;
+  bool drawing = false;
+  QTimer::singleShot(0, [&] {
+    auto* dialog = qobject_cast<kvx::ui::qt::MinRibClearanceDialog*>(QApplication::activeModalWidget());
+    ASSERT_NE(dialog, nullptr);
+    drawing = dialog->Picture()->HasDrawing();
+    dialog->ValueEdit()->setText(QStringLiteral("2.5"));
+    kvx::test::SaveScreenshot(*dialog, "MinRibClearanceDialog-" + TestName());
+    dialog->accept();
+  });
+  rule.EditRule();
+  SetMinRibClearanceEditor({});
+  SetRecoMoldTolEditor({});
+  EXPECT_EQ(KvxLastDialogResult(), KVX_IDOK);
+  EXPECT_TRUE(drawing);
+  EXPECT_EQ(*kvx::params::DoubleValues(rule.FindParameterInArray(2061)), std::vector<double>{2.5});
+  EXPECT_NE(rule.m_csSummary.find(L"2.5"), std::wstring::npos) << "the summary is rebuilt after the dialog";
 }
 
 class RuleDialogTest : public ::testing::Test {

@@ -6,6 +6,8 @@
 
 #include "kvx/framework/KvxUiServices.h"
 #include "kvx/framework/gui/QtUiServices.h"
+#include "kvx/res/PictureIds.h"
+#include "kvx/rules/CKVXIMMinRibClearanceRule.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/ui/MinRibClearanceDlg.h"
 #include "kvx/ui/RecoMoldTolDlg.h"
@@ -63,6 +65,10 @@ int RunMinRibClearanceDialog(CKvxRule& rule, const kvx::platform::Picture& pictu
 void RegisterRuleDialogs() {
   SetRecoMoldTolEditor(
       [](CKVXRecoMoldTolRule& rule, const std::wstring& unitText) { return RunRecoMoldTolDialog(rule, unitText); });
+  // The rule's EditRule has made the localized library current; its picture is loaded from there.
+  SetMinRibClearanceEditor([](CKVXIMMinRibClearanceRule& rule) {
+    return RunMinRibClearanceDialog(rule, kvx::platform::LoadResPicture(kvx::res::kRibClearanceRulePicture));
+  });
 }
 
 }  // namespace kvx::ui::qt

@@ -26,8 +26,8 @@ class QtFileDialog final : public IFileDialog {
   QWidget* parent_;
 };
 
-// Installs the tolerance dialog (and the rib clearance dialog, where its rule offers a hook) as the rules'
-// editors. Never fails; calling it again changes nothing.
+// Installs the tolerance and rib clearance dialogs as the rules' editors (through their editor hooks).
+// Never fails; calling it again changes nothing.
 void RegisterRuleDialogs();
 
 // Runs the tolerance dialog modally on `rule` with values in `unitText`; KVX_IDOK when accepted. `files`
