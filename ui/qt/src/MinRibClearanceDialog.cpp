@@ -75,6 +75,8 @@ void MinRibClearanceDialog::ShowSeverity(int index) {
   if (severity_) severity_->setCurrentIndex(index);
 }
 
+MinRibClearanceDialog::~MinRibClearanceDialog() { presenter_.SetView(nullptr); }
+
 void MinRibClearanceDialog::accept() {
   presenter_.OnOK();
   QDialog::accept();

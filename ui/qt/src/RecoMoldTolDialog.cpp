@@ -98,6 +98,8 @@ void RecoMoldTolDialog::ShowSeverity(int index) {
   if (severity_) severity_->setCurrentIndex(index);
 }
 
+RecoMoldTolDialog::~RecoMoldTolDialog() { presenter_.SetView(nullptr); }
+
 void RecoMoldTolDialog::accept() {
   if (presenter_.OnOK()) QDialog::accept();
 }

@@ -17,6 +17,7 @@ class MinRibClearanceDialog final : public QDialog, public IMinRibClearanceDlgVi
  public:
   // Opens `presenter` (which must outlive the dialog) and builds the widgets from it.
   explicit MinRibClearanceDialog(CKVXIMMinRibClearanceDlg& presenter, QWidget* parent = nullptr);
+  ~MinRibClearanceDialog() override;
 
   QLineEdit* ValueEdit() const { return value_; }
   QComboBox* OperatorBox() const { return operator_; }

@@ -21,6 +21,7 @@ class RecoMoldTolDialog final : public QDialog, public IRecoMoldTolDlgView {
  public:
   // Opens `presenter` (which must outlive the dialog) and builds the widgets from it.
   explicit RecoMoldTolDialog(CKVXRecoMoldTolDlg& presenter, QWidget* parent = nullptr);
+  ~RecoMoldTolDialog() override;
 
   ListCtrlView* MaterialView() const { return materials_; }
   ListCtrlView* TableView() const { return table_; }
