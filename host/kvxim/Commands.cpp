@@ -57,21 +57,6 @@ void SetAttribute(KvxXMLNode& node, const char* name, int value) {
   attribute.set_value(value);
 }
 
-// Loads a rule-set file into the host's document; the root must be "RuleSet".
-std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& file, std::ostream& err) {
-  std::wstring error;
-  if (!host.Document().LoadFile(Widen(file), error)) {
-    err << "kvxim: " << Narrow(error) << "\n";
-    return nullptr;
-  }
-  auto root = host.Document().GetRootNode();
-  if (!root || root->GetNodeName() != kRuleSet) {
-    err << "kvxim: " << file << ": the root element is not \"RuleSet\"\n";
-    return nullptr;
-  }
-  return root;
-}
-
 bool Save(ModuleHost& host, const std::string& file, std::ostream& err) {
   std::wstring error;
   if (host.Document().SaveFile(Widen(file), error)) return true;

@@ -77,20 +77,6 @@ class DialogSession {
 };
 #endif
 
-std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& file, std::ostream& err) {
-  std::wstring error;
-  if (!host.Document().LoadFile(Widen(file), error)) {
-    err << "kvxim: " << Narrow(error) << "\n";
-    return nullptr;
-  }
-  auto root = host.Document().GetRootNode();
-  if (!root || root->GetNodeName() != L"RuleSet") {
-    err << "kvxim: " << file << ": the root element is not \"RuleSet\"\n";
-    return nullptr;
-  }
-  return root;
-}
-
 // True when `rule` is the one asked for: its key name without regard to case, or its id.
 bool Matches(const CKvxRule& rule, const std::string& wanted) {
   if (kvx::platform::EqualsNoCase(rule.m_csRuleName, Widen(wanted))) return true;

@@ -2,6 +2,7 @@
 
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Paths.h"
+#include "kvx/platform/Text.h"
 
 namespace kvxim {
 
@@ -62,6 +63,20 @@ std::unique_ptr<ModuleHost> ModuleHost::Load(const std::wstring& databasePath, s
   const KvxStringList modules{databaseFile};
   host->SetDBModuleList(&modules);
   return host;
+}
+
+std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& file, std::ostream& err) {
+  std::wstring error;
+  if (!host.Document().LoadFile(kvx::platform::Widen(file), error)) {
+    err << "kvxim: " << kvx::platform::Narrow(error) << "\n";
+    return nullptr;
+  }
+  auto root = host.Document().GetRootNode();
+  if (!root || root->GetNodeName() != L"RuleSet") {
+    err << "kvxim: " << file << ": the root element is not \"RuleSet\"\n";
+    return nullptr;
+  }
+  return root;
 }
 
 ModuleHost::~ModuleHost() {

@@ -2,6 +2,7 @@
 // The reference host's hold on the rule module: the module library loaded at run time with its seven
 // exports, the material database library loaded beside it, and the rule-set document handed to it.
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "kvx/framework/KvxXML.h"
@@ -40,6 +41,9 @@ class ModuleHost {
   kvx_db::KVXDataHelper* database_ = nullptr;
   std::unique_ptr<KvxXMLDocument> document_;
 };
+
+// Loads a rule-set file into the host's document and returns its "RuleSet" root; null after one line to `err`.
+std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& file, std::ostream& err);
 
 // The folder kvxim runs from.
 std::wstring HostFolder();

@@ -1,5 +1,7 @@
 #include "kvx/ui/DialogSupport.h"
 
+#include "kvx/framework/KvxRule.h"
+
 #include "kvx/params/ValueUtils.h"
 
 namespace kvx::ui {
@@ -16,6 +18,13 @@ int SeverityOfIndex(const std::vector<std::wstring>& names, int index) {
   if (index < 0 || index >= static_cast<int>(names.size())) return -1;
   // The name, not the position, gives the code, as the combo box's text is what the user chose.
   return kvx::params::SeverityIndexToCode(kvx::params::SeverityNameToIndex(names[index]));
+}
+
+int ApplySeverityChoice(CKvxRule& rule, const std::vector<std::wstring>& names, int selected) {
+  const int severity = SeverityOfIndex(names, selected);
+  if (severity < 0) return SeverityIndexOf(rule.m_lRuleSeverity);
+  rule.m_lRuleSeverity = severity;
+  return selected;
 }
 
 }  // namespace kvx::ui

@@ -64,11 +64,9 @@ void CKVXIMMinRibClearanceDlg::OnOK() {
   if (!parameter) return;
   kvx::platform::ResourceScope resources(kvx::params::Module().localizedResources);
 
-  const int severity = SeverityOfIndex(severityNames_, selectedSeverity_);
-  if (severity >= 0) {
-    rule_->m_lRuleSeverity = severity;
-  } else {
-    selectedSeverity_ = SeverityIndexOf(rule_->m_lRuleSeverity);
+  const int shown = ApplySeverityChoice(*rule_, severityNames_, selectedSeverity_);
+  if (shown != selectedSeverity_) {
+    selectedSeverity_ = shown;
     if (view_) view_->ShowSeverity(selectedSeverity_);
   }
 

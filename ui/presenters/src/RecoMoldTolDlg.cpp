@@ -220,11 +220,9 @@ bool CKVXRecoMoldTolDlg::OnOK() {
   if (!rule_) return true;
   if (!CheckTable()) return false;
   WriteBack();
-  const int severity = SeverityOfIndex(severityNames_, selectedSeverity_);
-  if (severity >= 0) {
-    rule_->m_lRuleSeverity = severity;
-  } else {
-    selectedSeverity_ = SeverityIndexOf(rule_->m_lRuleSeverity);
+  const int shown = ApplySeverityChoice(*rule_, severityNames_, selectedSeverity_);
+  if (shown != selectedSeverity_) {
+    selectedSeverity_ = shown;
     if (view_) view_->ShowSeverity(selectedSeverity_);
   }
   return true;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+class CKvxRule;
+
 namespace kvx::ui {
 
 // The caption of the dialogs' message boxes.
@@ -28,5 +30,8 @@ std::vector<std::wstring> SeverityChoices();
 int SeverityIndexOf(int severity);
 // The severity code of the name at `index` of SeverityChoices(); -1 when nothing (or no name) is there.
 int SeverityOfIndex(const std::vector<std::wstring>& names, int index);
+// Accepting a dialog: the chosen severity becomes the rule's; with nothing chosen the rule keeps its own.
+// Returns the index the combo box should show afterwards.
+int ApplySeverityChoice(CKvxRule& rule, const std::vector<std::wstring>& names, int selected);
 
 }  // namespace kvx::ui
