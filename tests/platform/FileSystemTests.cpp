@@ -61,47 +61,32 @@ class FileSystemProbes : public ::testing::Test {
   kvx::test::ScratchFolder folder_;
 };
 
-TEST_F(FileSystemProbes, ExistenceChecksTellFilesFromFolders) {
-  WriteWholeFile(folder_ / "file.txt", "x");
+TEST_F(FileSystemProbes, ExistenceAndAccessChecks) {
+  WriteWholeFile(folder_ / "file.txt", "content");
   EXPECT_TRUE(FileExists(W(folder_ / "file.txt")));
   EXPECT_FALSE(DirectoryExists(W(folder_ / "file.txt")));
   EXPECT_TRUE(DirectoryExists(W(folder_.Path())));
   EXPECT_FALSE(FileExists(W(folder_.Path())));
   EXPECT_FALSE(FileExists(W(folder_ / "missing")));
-  EXPECT_FALSE(DirectoryExists(W(folder_ / "missing")));
-  EXPECT_FALSE(DirectoryExists(L""));
-}
-
-TEST_F(FileSystemProbes, OpenForWritingReportsWhy) {
-  WriteWholeFile(folder_ / "file.txt", "content");
+  EXPECT_TRUE(HasReadWriteAccess(W(folder_.Path())));
+  EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "missing")));
+  EXPECT_FALSE(HasReadWriteAccess(L""));
   EXPECT_EQ(TryOpenExistingForWriting(W(folder_ / "file.txt")), ProbeError::None);
   EXPECT_EQ(ReadWholeFile(folder_ / "file.txt"), "content") << "the probe must not truncate";
   EXPECT_EQ(TryOpenExistingForWriting(W(folder_ / "missing.txt")), ProbeError::NotFound);
   EXPECT_FALSE(fs::exists(folder_ / "missing.txt")) << "the probe must not create the file";
+
+  const fs::path fifo = folder_ / "pipe";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_TRUE(FinishesPromptly([&] { TryOpenExistingForWriting(W(fifo)); })) << "no waiting for a pipe reader";
 }
 
-TEST_F(FileSystemProbes, OpenForWritingOnAReadOnlyFileIsDenied) {
+TEST_F(FileSystemProbes, ReadOnlyFileAndFolderAreDenied) {
   KVX_SKIP_IF_SUPERUSER();
   WriteWholeFile(folder_ / "locked.txt", "x");
   fs::permissions(folder_ / "locked.txt", fs::perms::owner_read);
   EXPECT_EQ(TryOpenExistingForWriting(W(folder_ / "locked.txt")), ProbeError::AccessDenied);
   EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "locked.txt")));
-}
-
-TEST_F(FileSystemProbes, OpenForWritingDoesNotWaitForAPipeReader) {
-  const fs::path fifo = folder_ / "pipe";
-  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  EXPECT_TRUE(FinishesPromptly([&] { TryOpenExistingForWriting(W(fifo)); }));
-}
-
-TEST_F(FileSystemProbes, ReadWriteAccessOfFolders) {
-  EXPECT_TRUE(HasReadWriteAccess(W(folder_.Path())));
-  EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "missing")));
-  EXPECT_FALSE(HasReadWriteAccess(L""));
-}
-
-TEST_F(FileSystemProbes, ReadOnlyFolderRefusesNewEntries) {
-  KVX_SKIP_IF_SUPERUSER();
   fs::create_directory(folder_ / "ro");
   MakeReadOnly(folder_ / "ro");
   EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "ro")));
@@ -110,30 +95,20 @@ TEST_F(FileSystemProbes, ReadOnlyFolderRefusesNewEntries) {
   EXPECT_FALSE(fs::exists(folder_ / "ro" / "a"));
 }
 
-TEST_F(FileSystemProbes, CreateDirectoriesMakesEveryMissingLevel) {
-  EXPECT_EQ(CreateDirectories(W(folder_ / "a" / "b" / "c")), ProbeError::None);
-  EXPECT_TRUE(fs::is_directory(folder_ / "a" / "b" / "c"));
-  EXPECT_EQ(CreateDirectories(W(folder_ / "a" / "b" / "c")), ProbeError::AlreadyExists);
-  EXPECT_EQ(CreateDirectories(W(folder_ / "a")), ProbeError::AlreadyExists);
-  EXPECT_EQ(CreateDirectories(L""), ProbeError::NotFound);
-}
-
-TEST_F(FileSystemProbes, CreateDirectoriesWithTrailingSeparatorsReportsTheCreation) {
-  EXPECT_EQ(CreateDirectories(W(folder_.Path()) + L"/x/y/"), ProbeError::None);
-  EXPECT_TRUE(fs::is_directory(folder_ / "x" / "y"));
-  EXPECT_EQ(CreateDirectories(W(folder_.Path()) + L"/x/y//"), ProbeError::AlreadyExists);
-  EXPECT_EQ(CreateDirectories(W(folder_.Path()) + L"/p//q"), ProbeError::None);
+TEST_F(FileSystemProbes, CreateDirectoriesReportsCreationOrWhyNot) {
+  const std::wstring base = W(folder_.Path());
+  const std::pair<std::wstring, ProbeError> steps[] = {
+      {base + L"/a/b/c", ProbeError::None},          {base + L"/a/b/c", ProbeError::AlreadyExists},
+      {base + L"/a", ProbeError::AlreadyExists},      {L"", ProbeError::NotFound},
+      {base + L"/x/y/", ProbeError::None},           {base + L"/x/y//", ProbeError::AlreadyExists},
+      {base + L"/p//q", ProbeError::None}};
+  for (const auto& [path, expected] : steps) EXPECT_EQ(CreateDirectories(path), expected) << Narrow(path);
   EXPECT_TRUE(fs::is_directory(folder_ / "p" / "q"));
-}
-
-TEST_F(FileSystemProbes, CreateDirectoriesBelowAFileFails) {
   WriteWholeFile(folder_ / "file", "x");
-  const ProbeError result = CreateDirectories(W(folder_ / "file" / "sub"));
-  EXPECT_NE(result, ProbeError::None);
-  EXPECT_NE(result, ProbeError::AlreadyExists);
-}
+  const ProbeError belowAFile = CreateDirectories(W(folder_ / "file" / "sub"));
+  EXPECT_NE(belowAFile, ProbeError::None);
+  EXPECT_NE(belowAFile, ProbeError::AlreadyExists);
 
-TEST_F(FileSystemProbes, CreateOneDirectoryNeedsItsParent) {
   EXPECT_EQ(CreateOneDirectory(W(folder_ / "one")), ProbeError::None);
   EXPECT_EQ(CreateOneDirectory(W(folder_ / "one")), ProbeError::AlreadyExists);
   EXPECT_EQ(CreateOneDirectory(W(folder_ / "missing" / "two")), ProbeError::NotFound);
@@ -147,34 +122,27 @@ class AtomicWrite : public ::testing::Test {
   kvx::test::ScratchFolder folder_;
 };
 
-TEST_F(AtomicWrite, CreatesAndReplacesTheFile) {
+TEST_F(AtomicWrite, CreatesAndReplacesTheFileWhole) {
   std::wstring error;
   ASSERT_TRUE(WriteFileAtomically(W(Target()), "first", &error)) << Narrow(error);
   EXPECT_EQ(ReadWholeFile(Target()), "first");
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), std::string("sec\0ond", 7), &error)) << Narrow(error);
-  EXPECT_EQ(ReadWholeFile(Target()), std::string("sec\0ond", 7));
+  std::string big(5 * 1024 * 1024, '\0');
+  for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 31 % 251);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), big, &error)) << Narrow(error);
+  EXPECT_EQ(ReadWholeFile(Target()), big);
   ASSERT_TRUE(WriteFileAtomically(W(Target()), "", &error));
   EXPECT_EQ(ReadWholeFile(Target()), "");
   EXPECT_EQ(EntriesIn(folder_.Path()), 1) << "no temporary file is left behind";
 }
 
-TEST_F(AtomicWrite, LargeContentArrivesWhole) {
-  std::string big(5 * 1024 * 1024, '\0');
-  for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 31 % 251);
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), big));
-  EXPECT_EQ(ReadWholeFile(Target()), big);
-}
-
 TEST_F(AtomicWrite, NewFileFollowsTheUmaskAndAReplacedFileKeepsItsMode) {
-  const mode_t savedMask = ::umask(022);
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "new"));
-  EXPECT_EQ(ModeOf(Target()), 0644u);
-  ::umask(077);
+  const mode_t savedMask = ::umask(077);
   ASSERT_TRUE(WriteFileAtomically(W(folder_ / "private.json"), "new"));
   EXPECT_EQ(ModeOf(folder_ / "private.json"), 0600u);
   ::umask(022);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "new"));
+  EXPECT_EQ(ModeOf(Target()), 0644u);
   // A file the user kept private must not become readable by others when it is replaced.
-  ::chmod((folder_ / "private.json").c_str(), 0600);
   ASSERT_TRUE(WriteFileAtomically(W(folder_ / "private.json"), "replaced"));
   EXPECT_EQ(ModeOf(folder_ / "private.json"), 0600u);
   ::chmod(Target().c_str(), 0664);
@@ -183,13 +151,13 @@ TEST_F(AtomicWrite, NewFileFollowsTheUmaskAndAReplacedFileKeepsItsMode) {
   ::umask(savedMask);
 }
 
-TEST_F(AtomicWrite, MissingFolderFailsWithAReason) {
-  std::wstring error;
-  EXPECT_FALSE(WriteFileAtomically(W(folder_ / "missing" / "x.xml"), "data", &error));
-  EXPECT_FALSE(error.empty());
-  EXPECT_FALSE(WriteFileAtomically(L"", "data", &error));
-  EXPECT_FALSE(WriteFileAtomically(W(folder_.Path()), "data", &error)) << "a folder is not replaced";
-  EXPECT_TRUE(fs::is_directory(folder_.Path()));
+TEST_F(AtomicWrite, BadTargetsFailWithAReason) {
+  for (const std::wstring& path : {W(folder_ / "missing" / "x.xml"), std::wstring(), W(folder_.Path())}) {
+    std::wstring error;
+    EXPECT_FALSE(WriteFileAtomically(path, "data", &error)) << Narrow(path);
+    EXPECT_FALSE(error.empty()) << Narrow(path);
+  }
+  EXPECT_TRUE(fs::is_directory(folder_.Path())) << "a folder is not replaced";
 }
 
 TEST_F(AtomicWrite, FolderNotWritableLeavesTheOldFileUntouched) {
