@@ -20,14 +20,19 @@ class NoApplicationTest : public kvx::test::ModuleFixture {
     ModuleFixture::SetUp();
     ASSERT_EQ(QCoreApplication::instance(), nullptr);
     kvx::rules::SetToleranceCollectorSource([] { return kvx::rules::ToleranceCollector{}; });
-    KvxSetLastDialogResult(KVX_IDOK);
   }
   void TearDown() override {
     SetRecoMoldTolEditor({});
+    SetMinRibClearanceEditor({});
     kvx::rules::SetToleranceCollectorSource({});
     ModuleFixture::TearDown();
   }
-  void ExpectRefused(int result) {
+  // Runs `ask` and expects Cancel, both returned and recorded, with the one message.
+  template <typename Ask>
+  void ExpectRefused(Ask ask) {
+    messages_.messages.clear();
+    KvxSetLastDialogResult(KVX_IDOK);
+    const int result = ask();
     EXPECT_EQ(result, KVX_IDCANCEL);
     EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
     ASSERT_EQ(messages_.messages.size(), 1u);
@@ -35,34 +40,21 @@ class NoApplicationTest : public kvx::test::ModuleFixture {
   }
 };
 
-TEST_F(NoApplicationTest, TheToleranceDialogIsRefused) {
-  CKVXRecoMoldTolRule rule(nullptr);
-  rule.AddMaterialConstraint(L"ABS", true, {{0, 3, 0.1, 0.002}});
-  ExpectRefused(kvx::ui::qt::RunRecoMoldTolDialog(rule, L"mm"));
-  EXPECT_EQ(rule.Constraints().size(), 1u);
-}
-
-TEST_F(NoApplicationTest, TheRegisteredEditorsOfTheRulesAreRefused) {
-  kvx::ui::qt::RegisterRuleDialogs();
+TEST_F(NoApplicationTest, EveryDialogIsRefusedAndChangesNothing) {
   CKVXRecoMoldTolRule tolerance(nullptr);
-  tolerance.EditRule();
-  EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
-  CKVXIMMinRibClearanceRule clearance;
-  KvxSetLastDialogResult(KVX_IDOK);
-  clearance.EditRule();
-  EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
-  ASSERT_EQ(messages_.messages.size(), 2u);
-  for (const auto& message : messages_.messages) EXPECT_EQ(message.text, L"no user interface is available");
-  SetMinRibClearanceEditor({});
-}
-
-TEST_F(NoApplicationTest, TheRibClearanceAndGenericDialogsAreRefused) {
+  tolerance.AddMaterialConstraint(L"ABS", true, {{0, 3, 0.1, 0.002}});
+  ExpectRefused([&] { return kvx::ui::qt::RunRecoMoldTolDialog(tolerance, L"mm"); });
+  EXPECT_EQ(tolerance.Constraints().size(), 1u);
   kvx::test::HandMadeRule rule;
-  ExpectRefused(kvx::ui::qt::RunMinRibClearanceDialog(rule, {}));
-  messages_.messages.clear();
+  ExpectRefused([&] { return kvx::ui::qt::RunMinRibClearanceDialog(rule, {}); });
   QtRuleDialogService service;
-  ExpectRefused(service.ConfigureRule(rule, {}));
+  ExpectRefused([&] { return service.ConfigureRule(rule, {}); });
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.0});
+
+  kvx::ui::qt::RegisterRuleDialogs();  // the rules' own editors
+  ExpectRefused([&] { tolerance.EditRule(); return KvxLastDialogResult(); });
+  CKVXIMMinRibClearanceRule clearance;
+  ExpectRefused([&] { clearance.EditRule(); return KvxLastDialogResult(); });
 }
 
 TEST_F(NoApplicationTest, QtMessageBoxesFallBackToTheConsole) {

@@ -11,46 +11,28 @@ namespace {
 using kvx::framework::gui::CKVXRuleDlgBase;
 using kvx::test::HandMadeRule;
 
-TEST(RuleDlgBase, ShowsEachParameterWithItsSymbolOperatorsValuesAndUnit) {
+TEST(RuleDlgBase, ShowsEachParameterWithItsOperatorsValuesAndEnabledBox) {
   HandMadeRule rule;
-  kvx::platform::Picture picture{"svg", {'<', 's', 'v', 'g', '/', '>'}};
-  CKVXRuleDlgBase dialog(rule, picture);
-  EXPECT_EQ(dialog.Title(), L"Hand-made rule");
-  EXPECT_EQ(dialog.Picture().bytes.size(), 6u);
+  CKVXRuleDlgBase dialog(rule, {});
   ASSERT_EQ(dialog.Rows().size(), 3u);
-
   const auto& depth = dialog.Rows()[0];
-  EXPECT_EQ(depth.name, L"Depth");
-  EXPECT_EQ(depth.symbol, L"H");
   EXPECT_EQ(depth.operatorTexts, (std::vector<std::wstring>{L"<", L"<="}));
-  EXPECT_EQ(depth.selectedOperator, 0);
   EXPECT_EQ(depth.valueText, L"2.0");
-  EXPECT_EQ(depth.unit, L"D");
-  EXPECT_TRUE(depth.editable);
   EXPECT_TRUE(depth.showEnabled) << "a rule with several limits switches each on and off";
-
   const auto& range = dialog.Rows()[1];
   EXPECT_EQ(range.name, L"Parameter 101") << "a parameter without a name";
-  EXPECT_TRUE(dialog.IsRange(1));
-  EXPECT_EQ(range.valueText, L"1.0");
   EXPECT_EQ(range.secondValueText, L"3.0");
   EXPECT_FALSE(range.enabled);
-
   const auto& note = dialog.Rows()[2];
   EXPECT_FALSE(note.editable) << "only numbers are edited here";
   EXPECT_EQ(note.operatorTexts, std::vector<std::wstring>{L"="}) << "no options: its operator is the only choice";
-  EXPECT_EQ(dialog.SelectedSeverity(), 2);
-  EXPECT_EQ(CKVXRuleDlgBase::SeverityNames().size(), 5u);
-}
 
-TEST(RuleDlgBase, ASingleLimitHasNoEnabledBox) {
-  HandMadeRule rule(1);
-  CKVXRuleDlgBase dialog(rule, {});
-  ASSERT_EQ(dialog.Rows().size(), 1u);
-  EXPECT_FALSE(dialog.Rows()[0].showEnabled);
-  dialog.SetEnabled(0, false);
-  ASSERT_TRUE(dialog.Accept());
-  EXPECT_TRUE(rule.FindParameterInArray(100)->bStatus) << "the flag is not touched where it is not shown";
+  HandMadeRule single(1);
+  CKVXRuleDlgBase one(single, {});
+  EXPECT_FALSE(one.Rows()[0].showEnabled);
+  one.SetEnabled(0, false);
+  ASSERT_TRUE(one.Accept());
+  EXPECT_TRUE(single.FindParameterInArray(100)->bStatus) << "the flag is not touched where it is not shown";
 }
 
 TEST(RuleDlgBase, NothingReachesTheRuleBeforeOk) {
@@ -60,10 +42,8 @@ TEST(RuleDlgBase, NothingReachesTheRuleBeforeOk) {
   dialog.SetValueText(0, 0, L"2.5");
   dialog.SetEnabled(1, true);
   dialog.SelectSeverity(4);
-  EXPECT_EQ(rule.FindParameterInArray(100)->iOperator, KVX_OP_LESS);
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.0});
   EXPECT_EQ(rule.m_lRuleSeverity, 2);
-
   ASSERT_TRUE(dialog.Accept());
   EXPECT_EQ(rule.FindParameterInArray(100)->iOperator, KVX_OP_LESS_EQUAL);
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.5});
@@ -85,7 +65,6 @@ TEST(RuleDlgBase, ARangeWritesBothValuesAndAnotherOperatorOnlyTheFirst) {
   again.SetValueText(1, 0, L"2");
   again.SetValueText(1, 1, L"not read");
   ASSERT_TRUE(again.Accept()) << "the hidden second field is not checked";
-  EXPECT_EQ(rule.FindParameterInArray(101)->iOperator, KVX_OP_GREATER_EQUAL);
   EXPECT_EQ(rule.Values(101), (std::vector<double>{2.0, 4.0}));
 }
 
@@ -99,44 +78,31 @@ TEST(RuleDlgBase, AFieldThatIsNoNumberRefusesOkAndChangesNothing) {
   EXPECT_FALSE(dialog.Accept());
   ASSERT_EQ(messages.messages.size(), 1u);
   EXPECT_EQ(messages.messages[0].text, L"The value of \"Parameter 101\" is not a number.");
-  EXPECT_EQ(messages.messages[0].caption, L"Korvex");
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.0}) << "fields before the bad one are not written either";
   EXPECT_EQ(rule.m_lRuleSeverity, 2);
 }
 
-TEST(RuleDlgBase, AnEmptyFieldLeavesItsValueAsItWas) {
+TEST(RuleDlgBase, EmptyFieldsAndAnUnknownSeverityAreKeptAsTheyWere) {
   HandMadeRule rule;
   rule.Values(100).clear();
-  CKVXRuleDlgBase dialog(rule, {});
-  EXPECT_EQ(dialog.Rows()[0].valueText, L"");
-  ASSERT_TRUE(dialog.Accept()) << "accepted untouched";
-  EXPECT_TRUE(rule.Values(100).empty());
-  EXPECT_EQ(rule.Values(101), (std::vector<double>{1.0, 3.0}));
-}
-
-TEST(RuleDlgBase, ASeverityOutsideTheNamesSelectsNothingAndIsKept) {
-  HandMadeRule rule;
   rule.m_lRuleSeverity = 9;
   CKVXRuleDlgBase dialog(rule, {});
+  EXPECT_EQ(dialog.Rows()[0].valueText, L"");
   EXPECT_EQ(dialog.SelectedSeverity(), -1);
-  ASSERT_TRUE(dialog.Accept());
+  ASSERT_TRUE(dialog.Accept()) << "accepted untouched";
+  EXPECT_TRUE(rule.Values(100).empty());
   EXPECT_EQ(rule.m_lRuleSeverity, 9);
 }
 
 TEST(RuleDlgBase, ValuesAreReadAndWrittenWithAPointWhateverTheLocale) {
   double value = 0.0;
-  EXPECT_TRUE(CKVXRuleDlgBase::ParseValue(L"+2.25", value));
-  EXPECT_DOUBLE_EQ(value, 2.25);
   EXPECT_TRUE(CKVXRuleDlgBase::ParseValue(L"-1e-3", value));
   EXPECT_DOUBLE_EQ(value, -0.001);
   for (const wchar_t* text : {L"", L"2,5", L"2.5mm", L"nan", L"inf", L"1e999"}) {
     EXPECT_FALSE(CKVXRuleDlgBase::ParseValue(text, value)) << kvx::platform::Narrow(text);
   }
   EXPECT_EQ(CKVXRuleDlgBase::ValueToText(3.0), L"3.0");
-  EXPECT_EQ(CKVXRuleDlgBase::ValueToText(0.1), L"0.1");
   EXPECT_EQ(CKVXRuleDlgBase::ValueToText(1e-9), L"1e-09");
-  EXPECT_EQ(CKVXRuleDlgBase::OperatorText(KVX_OP_RANGE), L"RANGE");
-  EXPECT_EQ(CKVXRuleDlgBase::OperatorText(4), L"");
 }
 
 }  // namespace
