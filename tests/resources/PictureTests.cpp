@@ -99,7 +99,7 @@ TEST_F(RulePictures, EveryPictureIsSvgWithAViewBoxThatTheRendererDrawsInFull) {
       std::istringstream viewBox(root.attribute("viewBox").value());
       double x = -1, y = -1, width = 0, height = 0;
       viewBox >> x >> y >> width >> height;
-      EXPECT_TRUE(!viewBox.fail() && width > 0 && height > 0) << "viewBox \"" << root.attribute("viewBox").value() << "\"";
+      EXPECT_TRUE(!viewBox.fail() && width > 0 && height > 0) << "viewBox " << root.attribute("viewBox").value();
 
       for (const pugi::xpath_node& node : drawing.select_nodes("//*")) {
         const pugi::xml_node element = node.node();

@@ -144,7 +144,9 @@ TEST(RescompPictures, EarlierFolderWinsAndBadEntriesAreErrors) {
   scratch.Write("bad/010.svg", "<svg/>");
   const PictureScan bad = CollectPictures({scratch.path / "bad", scratch.path / "absent"});
   std::vector<std::string> messages;
-  for (const auto& error : bad.errors) messages.push_back(fs::path(error.file).filename().string() + ": " + error.message);
+  for (const auto& error : bad.errors) {
+    messages.push_back(fs::path(error.file).filename().string() + ": " + error.message);
+  }
   EXPECT_THAT(messages, ::testing::UnorderedElementsAre(
                             HasSubstr("notes.txt: unexpected entry"), HasSubstr("rib.svg: the file name must be"),
                             HasSubstr("0.svg: the file name must be"), HasSubstr("9.svg: the picture file is empty"),

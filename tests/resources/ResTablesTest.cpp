@@ -69,7 +69,9 @@ TEST(ResourceTables, EveryNamedIdIsInBothLibrariesAndEveryEntryIsNamed) {
 }
 
 TEST(ResourceTables, GermanKeepsEveryEnglishPlaceholder) {
-  for (const auto& warning : ComparePlaceholders(Table("german"), Table("english"))) ADD_FAILURE() << warning.ToString();
+  for (const auto& warning : ComparePlaceholders(Table("german"), Table("english"))) {
+    ADD_FAILURE() << warning.ToString();
+  }
 }
 
 TEST(ResourceTables, FormatsTakeTheArgumentsTheirCallersPass) {

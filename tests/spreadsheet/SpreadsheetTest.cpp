@@ -344,7 +344,7 @@ TEST_F(SpreadsheetTest, CheckNamesEveryEmptyColumnAndSurvivesBadTranslations) {
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}}, error));
   EXPECT_EQ(error, L"");
 
-  const auto english = kvx::platform::ResourceLibrary::Load(Wide(fs::path(KVX_BIN_DIR) / "res/english/libKVXIMRulesResu.so"));
+  const auto english = kvx::platform::ResourceLibrary::Load(Wide(KVX_BIN_DIR "/res/english/libKVXIMRulesResu.so"));
   ASSERT_NE(english, nullptr);
   kvx::platform::ResourceScope scope(english.get());
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}}, error));
