@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <iterator>
 #include <thread>
 
 #include "PlatformTestSupport.h"
@@ -22,11 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 std::wstring W(const fs::path& path) { return Widen(path.string()); }
 
-int EntriesIn(const fs::path& folder) {
-  int count = 0;
-  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder)) ++count;
-  return count;
-}
+long EntriesIn(const fs::path& folder) { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); }
 
 mode_t ModeOf(const fs::path& path) {
   struct stat st {};

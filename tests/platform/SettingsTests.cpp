@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <iterator>
 
 #include "PlatformTestSupport.h"
 #include "kvx/platform/Settings.h"
@@ -83,9 +84,8 @@ TEST_F(SettingsStore, WriteReplacesTheFileAtomicallyAndKeepsOtherValues) {
   EXPECT_NE(before.st_ino, after.st_ino) << "a new file is renamed over the old one";
   EXPECT_EQ(ReadLanguage(), 1036);
   EXPECT_EQ(Read(kAddinKey, L"Other"), 7);
-  int entries = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder_.Path())) ++entries;
-  EXPECT_EQ(entries, 1) << "no temporary file is left behind";
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 1)
+      << "no temporary file is left behind";
 }
 
 TEST_F(SettingsStore, FolderIsCreatedOrFoundInTheUsersConfigFolder) {
