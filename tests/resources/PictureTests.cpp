@@ -61,16 +61,15 @@ const std::set<std::string> kDrawnElements = {"svg",  "g",        "title",   "de
 
 class RulePictures : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    for (const std::string& language : kLanguages) libraries_.push_back(LoadLanguage(language));
-  }
-  static void TearDownTestSuite() { libraries_.clear(); }
   void SetUp() override {
-    for (const auto& library : libraries_) ASSERT_TRUE(library) << "a resource library is not built";
+    for (const std::string& language : kLanguages) {
+      libraries_.push_back(LoadLanguage(language));
+      ASSERT_TRUE(libraries_.back()) << "the " << language << " resource library is not built";
+    }
   }
 
   // The picture `id` of `language`, parsed; fails the test when it is missing or not XML.
-  static ::testing::AssertionResult Parse(std::size_t language, int id, pugi::xml_document* drawing) {
+  ::testing::AssertionResult Parse(std::size_t language, int id, pugi::xml_document* drawing) {
     const kvx::platform::Picture picture = libraries_[language]->PictureById(id);
     if (picture.empty()) return ::testing::AssertionFailure() << kLanguages[language] << " has no picture " << id;
     if (picture.format != "svg") return ::testing::AssertionFailure() << "format " << picture.format;
@@ -79,10 +78,10 @@ class RulePictures : public ::testing::Test {
     return ::testing::AssertionSuccess();
   }
 
-  static const ResourceLibrary& Library(std::size_t language) { return *libraries_[language]; }
+  const ResourceLibrary& Library(std::size_t language) { return *libraries_[language]; }
 
  private:
-  static inline std::vector<std::unique_ptr<ResourceLibrary>> libraries_;
+  std::vector<std::unique_ptr<ResourceLibrary>> libraries_;
 };
 
 }  // namespace

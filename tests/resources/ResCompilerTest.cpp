@@ -72,11 +72,7 @@ TEST(RescompTable, ReadsEntriesCommentsEscapesAndWindowsLineEnds) {
 }
 
 TEST(RescompTable, ReportsEveryBadLineWithItsNumber) {
-  struct Case {
-    std::string line;
-    std::string message;
-  };
-  const std::vector<Case> cases = {
+  const std::vector<std::pair<std::string, std::string>> cases = {  // a line, the error it gives
       {"2043 no tab here", "found no TAB"},
       {"20a3\ttext", "'20a3' is not a decimal number"},
       {"-5\ttext", "'-5' is not a decimal number"},
@@ -92,13 +88,13 @@ TEST(RescompTable, ReportsEveryBadLineWithItsNumber) {
       {"5\toverlong \xC0\xAF", "not valid UTF-8"},
       {"5\tsurrogate \xED\xA0\x80", "not valid UTF-8"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.line);
-    const TableParse parse = ParseStringTable("# header\n" + c.line + "\n", "lang/strings.txt");
+  for (const auto& [line, message] : cases) {
+    SCOPED_TRACE(line);
+    const TableParse parse = ParseStringTable("# header\n" + line + "\n", "lang/strings.txt");
     ASSERT_EQ(parse.errors.size(), 1u);
     EXPECT_EQ(parse.errors[0].line, 2);
     EXPECT_THAT(parse.errors[0].ToString(), HasSubstr("lang/strings.txt:2: error: "));
-    EXPECT_THAT(parse.errors[0].message, HasSubstr(c.message));
+    EXPECT_THAT(parse.errors[0].message, HasSubstr(message));
   }
 }
 
