@@ -1,5 +1,5 @@
 // The editable list without a toolkit: what each key does while a cell is edited, Delete and its
-// protected rows, and the blank rows. What the view is told is checked by the view tests' model tester.
+// protected rows. Escape, the blank rows and what the view is told are checked through the dialogs.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -74,18 +74,6 @@ TEST_F(ListCtrlTest, ArrowsMoveOneCellAndEndTheEditAtAReadOnlyCell) {
   EXPECT_EQ(list_.reports.size(), 5u) << "every move finished an edit";
 }
 
-TEST_F(ListCtrlTest, EscapeAndKeysOutsideAnEditChangeNothing) {
-  list_.HandleEditKey(EditKey::Delete);
-  list_.HandleEditKey(EditKey::Tab);
-  ASSERT_TRUE(list_.BeginEdit(1, 0));
-  list_.UpdateEditText(L"99");
-  list_.HandleEditKey(EditKey::Escape);
-  EXPECT_FALSE(list_.IsEditing());
-  EXPECT_EQ(list_.CellText(1, 0), L"4");
-  EXPECT_EQ(list_.RowCount(), 4);
-  EXPECT_TRUE(list_.reports.empty());
-}
-
 TEST_F(ListCtrlTest, DeleteRemovesTheSelectedRowUnlessItIsProtected) {
   ASSERT_TRUE(list_.BeginEdit(2, 1));
   list_.HandleEditKey(EditKey::Delete);
@@ -97,17 +85,6 @@ TEST_F(ListCtrlTest, DeleteRemovesTheSelectedRowUnlessItIsProtected) {
   EXPECT_EQ(list_.CellText(1, 0), L"keep");
   EXPECT_FALSE(list_.IsEditing());
   EXPECT_EQ(list_.SelectedRow(), -1);
-}
-
-TEST_F(ListCtrlTest, BlankRowsAreAppendedOnlyToAShortList) {
-  list_.SetRows(std::vector<CKVXListCtrl::Row>(150, CKVXListCtrl::Row{L"1"}));
-  list_.AppendBlankRowsIfShort();
-  EXPECT_EQ(list_.RowCount(), 350);
-  EXPECT_TRUE(list_.IsRowEmpty(349));
-  EXPECT_FALSE(list_.IsRowEmpty(149));
-  list_.SetRows(std::vector<CKVXListCtrl::Row>(200, CKVXListCtrl::Row{L"1"}));
-  list_.AppendBlankRowsIfShort();
-  EXPECT_EQ(list_.RowCount(), 200);
 }
 
 }  // namespace

@@ -68,16 +68,22 @@ TEST_F(MinRibClearanceDlgTest, WithoutTheParameterOrTheRuleNothingIsFilledOrWrit
   EXPECT_TRUE(none.OperatorTexts().empty());
 }
 
-TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValue) {
+TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValueWithoutARangeCheck) {
   CKVXIMMinRibClearanceDlg dialog = Opened();
   dialog.SelectSeverity(4);
   dialog.SelectOperator(0);
-  dialog.SetValueText(L"4.25");
+  dialog.SetValueText(L"0");
   EXPECT_EQ(Values(), std::vector<double>{3.0}) << "nothing reaches the rule before OK";
   dialog.OnOK();
   EXPECT_EQ(rule_->m_lRuleSeverity, 4);
   EXPECT_EQ(Parameter().iOperator, KVX_OP_GREATER);
-  EXPECT_EQ(Values(), std::vector<double>{4.25});
+  EXPECT_EQ(Values(), std::vector<double>{0.0}) << "zero is allowed";
+  Values().clear();
+  Opened().OnOK();
+  EXPECT_EQ(Values(), std::vector<double>{0.0}) << "appended to an empty list";
+  EXPECT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"12.5"));
+  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"-1"));
+  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5"));
 }
 
 TEST_F(MinRibClearanceDlgTest, EmptySelectionsAreResetToTheRulesOwn) {
@@ -90,17 +96,6 @@ TEST_F(MinRibClearanceDlgTest, EmptySelectionsAreResetToTheRulesOwn) {
   EXPECT_EQ(Parameter().iOperator, KVX_OP_GREATER_EQUAL);
   EXPECT_EQ(view_.shownSeverity, 2);
   EXPECT_EQ(view_.shownOperator, 1);
-}
-
-TEST_F(MinRibClearanceDlgTest, TheValueIsReadByTheDecimalReaderWithoutARangeCheck) {
-  Values().clear();
-  CKVXIMMinRibClearanceDlg dialog = Opened();
-  dialog.SetValueText(L"0");
-  dialog.OnOK();
-  EXPECT_EQ(Values(), std::vector<double>{0.0}) << "appended to an empty list, zero allowed";
-  EXPECT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"12.5"));
-  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"-1"));
-  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5"));
 }
 
 }  // namespace

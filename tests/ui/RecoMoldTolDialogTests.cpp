@@ -129,11 +129,9 @@ TEST_F(RecoMoldTolDialogTest, ArrowsMoveTheEditorEscapeDropsTheTextAndLettersAre
 }
 
 TEST_F(RecoMoldTolDialogTest, DeleteRemovesARowButNotThePlaceholder) {
-  for (int row : {2, 0}) {
-    kvx::test::DoubleClickCell(*Table(), row, 1);
-    ASSERT_NE(Editor(Table()), nullptr);
-    QTest::keyClick(Editor(Table()), Qt::Key_Delete);
-  }
+  kvx::test::DoubleClickCell(*Table(), 0, 1);
+  ASSERT_NE(Editor(Table()), nullptr);
+  QTest::keyClick(Editor(Table()), Qt::Key_Delete);
   EXPECT_EQ(CellText(*Table(), 0, 0), QStringLiteral("3.0"));
   EXPECT_EQ(Table()->model()->rowCount(), 202) << "the rows left, the placeholder and 200 blank rows";
 }
