@@ -29,10 +29,8 @@ using kvx::test::HandMadeRule;
 // A small drawing, as the resource libraries carry them.
 kvx::platform::Picture Drawing() {
   const std::string svg =
-      "<svg xmlns='http://www.w3.org/2000/svg' width='200' height='120'>"
-      "<rect x='20' y='20' width='60' height='80' fill='none' stroke='black'/>"
-      "<rect x='120' y='20' width='60' height='80' fill='none' stroke='black'/>"
-      "<line x1='80' y1='60' x2='120' y2='60' stroke='black'/></svg>";
+      "<svg xmlns='http://www.w3.org/2000/svg' width='200' height='120'><rect x='20' y='20' width='60' "
+      "height='80' fill='none' stroke='black'/><line x1='80' y1='60' x2='120' y2='60' stroke='black'/></svg>";
   return {"svg", std::vector<std::uint8_t>(svg.begin(), svg.end())};
 }
 
