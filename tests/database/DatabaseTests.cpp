@@ -14,6 +14,7 @@
 #include <optional>
 #include <sstream>
 
+#include "../support/ScopedEnv.h"
 #include "MaterialsCommand.h"
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Text.h"
@@ -21,6 +22,7 @@
 
 namespace {
 namespace fs = std::filesystem;
+using EnvOverride = kvx::test::ScopedEnv;
 using kvx::platform::Narrow;
 using kvx::platform::Widen;
 using kvx_db::DbStatus;
@@ -28,20 +30,6 @@ using kvx_db::MaterialEntry;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-// Sets (or with nullopt removes) an environment variable for the scope.
-class EnvOverride {
- public:
-  EnvOverride(const char* name, const std::optional<std::string>& value) : name_(name) {
-    if (const char* old = std::getenv(name)) saved_ = old;
-    Apply(value);
-  }
-  ~EnvOverride() { Apply(saved_); }
-
- private:
-  void Apply(const std::optional<std::string>& value) { value ? setenv(name_, value->c_str(), 1) : unsetenv(name_); }
-  const char* name_;
-  std::optional<std::string> saved_;
-};
 
 void ExecSql(const fs::path& file, const std::string& sql) {
   sqlite3* db = nullptr;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "../support/ScopedEnv.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/framework/RulePointerArray.h"
@@ -19,21 +20,6 @@ namespace kvx::test {
 
 inline std::wstring BinPath(const std::wstring& file) { return kvx::platform::Widen(KVX_BIN_DIR) + L"/" + file; }
 
-// Sets an environment variable for the scope of a test (unset when `value` is null) and restores it.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = std::string(old);
-    if (value) setenv(name, value, 1); else unsetenv(name);
-  }
-  ~ScopedEnv() {
-    if (old_) setenv(name_.c_str(), old_->c_str(), 1); else unsetenv(name_.c_str());
-  }
-
- private:
-  std::string name_;
-  std::optional<std::string> old_;
-};
 
 class LoadedModule {
  public:

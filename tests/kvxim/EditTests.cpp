@@ -2,6 +2,8 @@
 // without Qt), and, with Qt, the command in this process with its dialogs driven offscreen: accepted
 // untouched it writes the rule set unchanged, a table typed into the tolerance dialog is what `kvxim show`
 // then shows, and Cancel writes nothing.
+#include "../support/KvximProcess.h"
+
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -36,18 +38,9 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-struct Result {
-  int exitCode = -1;
-  std::string out;
-  std::string err;
-};
+using Result = kvx::test::ProcessResult;
+using kvx::test::ReadTextFile;
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 class EditCommand : public ::testing::Test {
  protected:
@@ -57,20 +50,16 @@ class EditCommand : public ::testing::Test {
     fs::create_directories(folder_);
     const Result made = Run("new -o '" + Path("rules.xml") + "'");
     ASSERT_EQ(made.exitCode, 0) << made.err;
-    original_ = ReadFile(Path("rules.xml"));
+    original_ = ReadTextFile(Path("rules.xml"));
   }
   void TearDown() override { fs::remove_all(folder_); }
 
   // Runs kvxim with `args` (shell-quoted) and its own material database; `environment` goes first
   // ("env -u NAME" and the like).
   Result Run(const std::string& args, const std::string& environment = "") {
-    const fs::path out = folder_ / "stdout", err = folder_ / "stderr";
-    const std::string command = environment + " KVX_MATERIAL_DB='" + Path("materials.sqlite") + "' " +
-                                std::string(KVX_BIN_DIR) + "/kvxim " + args + " >'" + out.string() + "' 2>'" +
-                                err.string() + "' </dev/null";
-    const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
+    return kvx::test::RunKvxim(folder_, args, environment);
   }
+
   std::string Path(const std::string& name) const { return (folder_ / name).string(); }
 
   fs::path folder_;
@@ -97,7 +86,7 @@ TEST_F(EditCommand, WithoutADialogTheModuleSaysSoAndNothingIsWritten) {
     EXPECT_EQ(result.exitCode, 1) << rule;
     EXPECT_NE(result.err.find("Korvex: "), std::string::npos) << "the module's message: " << result.err;
     EXPECT_NE(result.err.find("nothing was written"), std::string::npos) << result.err;
-    EXPECT_EQ(ReadFile(Path("rules.xml")), original_);
+    EXPECT_EQ(ReadTextFile(Path("rules.xml")), original_);
   }
 }
 
@@ -150,8 +139,8 @@ class EditInProcess : public EditCommand {
 TEST_F(EditInProcess, AcceptedUntouchedTheRuleSetIsWrittenUnchanged) {
   const int code = Edit("12150", "out.xml", [](QDialog& dialog) { dialog.accept(); });
   ASSERT_EQ(code, kvxim::kEditSaved) << errors_;
-  EXPECT_EQ(ReadFile(Path("out.xml")), original_);
-  EXPECT_EQ(ReadFile(Path("rules.xml")), original_);
+  EXPECT_EQ(ReadTextFile(Path("out.xml")), original_);
+  EXPECT_EQ(ReadTextFile(Path("rules.xml")), original_);
   EXPECT_EQ(messageBoxes_, 0);
 }
 
@@ -159,7 +148,7 @@ TEST_F(EditInProcess, CancelWritesNothing) {
   const int code = Edit("Recommended Moulding TOLERANCE", "out.xml", [](QDialog& dialog) { dialog.reject(); });
   EXPECT_EQ(code, kvxim::kEditCancelled);
   EXPECT_FALSE(fs::exists(Path("out.xml")));
-  EXPECT_EQ(ReadFile(Path("rules.xml")), original_);
+  EXPECT_EQ(ReadTextFile(Path("rules.xml")), original_);
 }
 
 TEST_F(EditInProcess, ATableAcceptedInTheToleranceDialogIsWhatShowShows) {

@@ -1,4 +1,6 @@
 // kvxim as a user runs it: commands, their output, and what bad input gives.
+#include "../support/KvximProcess.h"
+
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,18 +15,9 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-struct Result {
-  int exitCode = -1;
-  std::string out;
-  std::string err;
-};
+using Result = kvx::test::ProcessResult;
+using kvx::test::ReadTextFile;
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 class Kvxim : public ::testing::Test {
  protected:
@@ -36,14 +29,8 @@ class Kvxim : public ::testing::Test {
   void TearDown() override { fs::remove_all(folder_); }
 
   // Runs kvxim with `args` (a shell-quoted text) and an empty material database folder of its own.
-  Result Run(const std::string& args) {
-    const fs::path out = folder_ / "stdout", err = folder_ / "stderr";
-    const std::string command = "KVX_MATERIAL_DB='" + (folder_ / "materials.sqlite").string() + "' " +
-                                std::string(KVX_BIN_DIR) + "/kvxim " + args + " >'" + out.string() + "' 2>'" +
-                                err.string() + "' </dev/null";
-    const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
-  }
+  Result Run(const std::string& args) { return kvx::test::RunKvxim(folder_, args); }
+
   std::string Path(const std::string& name) const { return (folder_ / name).string(); }
   void Write(const std::string& name, const std::string& text) { std::ofstream(folder_ / name) << text; }
 
@@ -99,7 +86,7 @@ TEST_F(Kvxim, NewThenShowRoundTripsEveryRule) {
     EXPECT_EQ(after[i]["id"], before[i]["id"]);
     EXPECT_EQ(after[i]["parameters"], before[i]["parameters"]) << before[i]["name"];
   }
-  const std::string xml = ReadFile(Path("set.xml"));
+  const std::string xml = ReadTextFile(Path("set.xml"));
   EXPECT_NE(xml.find("<RuleSet Unit=\"0\" AngularUnit=\"0\">"), std::string::npos);
   EXPECT_NE(xml.find("<Rule Name=\"Hole Depth to Diameter Ratio\" Status=\"0\" LifeStatus="), std::string::npos);
 }
@@ -138,7 +125,7 @@ TEST_F(Kvxim, ConvertChangesUnitsAndWritesAtomically) {
   ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
   const Result converted = Run("convert " + Path("set.xml") + " --length in --angle rad -o " + Path("inch.xml"));
   ASSERT_EQ(converted.exitCode, 0) << converted.err;
-  const std::string xml = ReadFile(Path("inch.xml"));
+  const std::string xml = ReadTextFile(Path("inch.xml"));
   EXPECT_NE(xml.find("<RuleSet Unit=\"3\" AngularUnit=\"1\">"), std::string::npos);
   const json rules = json::parse(Run("show " + Path("inch.xml") + " --json").out);
   const json* hole = FindRule(rules, 12150);

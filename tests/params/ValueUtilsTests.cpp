@@ -14,6 +14,7 @@
 #include <tuple>
 #include <vector>
 
+#include "../support/ScopedEnv.h"
 #include "../support/ModuleFixture.h"
 #include "kvx/params/ResourceText.h"
 #include "kvx/params/ValueUtils.h"
@@ -24,25 +25,10 @@
 
 namespace {
 namespace fs = std::filesystem;
+using EnvOverride = kvx::test::ScopedEnv;
 using namespace kvx::params;
 using ::testing::ElementsAre;
 
-// Sets (or with nullopt removes) an environment variable for the scope.
-class EnvOverride {
- public:
-  EnvOverride(const char* name, const std::optional<std::string>& value) : name_(name) {
-    if (const char* old = std::getenv(name)) saved_ = old;
-    Apply(value);
-  }
-  ~EnvOverride() { Apply(saved_); }
-
- private:
-  void Apply(const std::optional<std::string>& value) {
-    if (value) ::setenv(name_, value->c_str(), 1); else ::unsetenv(name_);
-  }
-  const char* name_;
-  std::optional<std::string> saved_;
-};
 
 // A fresh folder for one test, removed afterwards.
 class ScratchFolder {

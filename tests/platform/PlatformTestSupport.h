@@ -1,5 +1,6 @@
 #pragma once
 // Small helpers shared by the platform tests: a scratch folder and scoped environment changes.
+#include "../support/ScopedEnv.h"
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -40,25 +41,6 @@ class ScratchFolder {
   std::filesystem::path path_;
 };
 
-// Sets (or, with nullopt, removes) an environment variable for the scope and restores it afterwards.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, std::optional<std::string> value) : name_(name) {
-    if (const char* old = std::getenv(name)) saved_ = old;
-    Apply(value);
-  }
-  ~ScopedEnv() { Apply(saved_); }
-  ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
-
- private:
-  void Apply(const std::optional<std::string>& value) {
-    if (value) ::setenv(name_.c_str(), value->c_str(), 1);
-    else ::unsetenv(name_.c_str());
-  }
-  std::string name_;
-  std::optional<std::string> saved_;
-};
 
 inline std::string ReadWholeFile(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
