@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "kvx/platform/Text.h"
+#include "kvx/spreadsheet/NumberFormats.h"
 
 namespace kvx::sheet {
 
@@ -268,37 +269,6 @@ struct SharedStrings {
     return true;
   }
 };
-
-// Cell format 14 to 22, 27 to 36, 45 to 47 and 50 to 58 are the built-in dates and times.
-bool IsBuiltInDateFormat(unsigned id) {
-  return (id >= 14 && id <= 22) || (id >= 27 && id <= 36) || (id >= 45 && id <= 47) || (id >= 50 && id <= 58);
-}
-
-// A number format shows a date or time when it uses a day, month, year, hour or second outside quoted
-// texts, escaped characters, padding and fill characters, and bracketed colours and locales (elapsed
-// times such as "[h]" count).
-bool IsDateFormatCode(std::string_view code) {
-  for (std::size_t at = 0; at < code.size(); ++at) {
-    const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(code[at])));
-    if (c == '"') {
-      at = code.find('"', at + 1);
-      if (at == std::string_view::npos) return false;
-    } else if (c == '\\' || c == '_' || c == '*') {
-      ++at;
-    } else if (c == '[') {
-      const std::size_t close = code.find(']', at);
-      if (close == std::string_view::npos) return false;
-      const std::string_view inside = code.substr(at + 1, close - at - 1);
-      if (!inside.empty() && std::string_view("hHmMsS").find(inside.front()) != std::string_view::npos &&
-          inside.find_first_not_of(inside.front()) == std::string_view::npos)
-        return true;
-      at = close;
-    } else if (std::string_view("dmyhs").find(c) != std::string_view::npos) {
-      return true;
-    }
-  }
-  return false;
-}
 
 // Which cell formats (the "s" of a cell) show their numbers as dates or times: such cells are dates to
 // the sheet, not numbers. A workbook without a readable style part has none.
