@@ -44,11 +44,11 @@ StringTable Table(const std::string& language) {
   return parse.table;
 }
 
-// Every language the build makes a library for (a ';'-separated list from the build).
+// Every language the build makes a library for (a comma-separated list from the build).
 std::vector<std::string> Languages() {
   std::vector<std::string> languages;
   std::stringstream list(KVX_LANGUAGES);
-  for (std::string language; std::getline(list, language, ';');) languages.push_back(language);
+  for (std::string language; std::getline(list, language, ',');) languages.push_back(language);
   return languages;
 }
 
