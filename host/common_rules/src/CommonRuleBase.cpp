@@ -26,18 +26,22 @@ namespace {
 constexpr RuleUnitSystemStructure kTableUnits{KVX_UNIT_MM, KVX_ANGLE_DEGREE};
 constexpr KvxParamType_e kPlainParameter = 1;
 
-// Unit texts of this library. Feet-and-inches values are held in feet and the degree-minute forms in
-// degrees, so those show the unit the numbers are really in.
+// Unit texts in the user's language. Feet-and-inches values are held in feet and the degree-minute
+// forms in degrees, so those show the unit the numbers are really in.
 std::wstring LengthUnitText(int code) {
-  static const wchar_t* const kTexts[] = {L"mm", L"cm", L"m",  L"in",  L"ft", L"ft",
-                                          L"Å",  L"nm", L"µm", L"mil", L"µin"};
+  namespace res = kvx::res;
+  static constexpr int kTexts[] = {res::kUnitMillimetre, res::kUnitCentimetre, res::kUnitMetre,  res::kUnitInch,
+                                   res::kUnitFoot,       res::kUnitFoot,       res::kUnitAngstrom, res::kUnitNanometre,
+                                   res::kUnitMicrometre, res::kUnitMil,        res::kUnitMicroinch};
   if (code < 0 || code >= static_cast<int>(std::size(kTexts))) return {};
-  return kTexts[code];
+  return kvx::platform::LoadResString(kTexts[code]);
 }
 
 std::wstring AngleUnitText(int code) {
-  if (code == KVX_ANGLE_RADIAN) return L"rad";
-  if (code == KVX_ANGLE_DEGREE || code == KVX_ANGLE_DEG_MIN || code == KVX_ANGLE_DEG_MIN_SEC) return L"deg";
+  if (code == KVX_ANGLE_RADIAN) return kvx::platform::LoadResString(kvx::res::kUnitRadian);
+  if (code == KVX_ANGLE_DEGREE || code == KVX_ANGLE_DEG_MIN || code == KVX_ANGLE_DEG_MIN_SEC) {
+    return kvx::platform::LoadResString(kvx::res::kUnitDegree);
+  }
   return {};
 }
 
