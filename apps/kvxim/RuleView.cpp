@@ -82,7 +82,7 @@ ordered_json RuleToJson(const CKvxRule* rule) {
 }
 
 std::string RuleToLine(const CKvxRule& rule) {
-  return std::to_string(rule.m_iRuleId) + "  " + Narrow(rule.m_csRuleName) + ": " + Narrow(rule.m_csSummary);
+  return std::to_string(rule.m_iRuleId) + "  " + Narrow(rule.m_csDisplayName) + ": " + Narrow(rule.m_csSummary);
 }
 
 }  // namespace kvxim

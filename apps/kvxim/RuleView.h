@@ -10,7 +10,7 @@ namespace kvxim {
 
 // The rule as the JSON object documented in the README; null JSON for a null rule.
 nlohmann::ordered_json RuleToJson(const CKvxRule* rule);
-// "id  key name: summary".
+// "id  display name: summary", in the user's language.
 std::string RuleToLine(const CKvxRule& rule);
 
 }  // namespace kvxim

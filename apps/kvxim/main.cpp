@@ -10,16 +10,8 @@
 #include "EditCommand.h"
 #include "MaterialsCommand.h"
 #include "SheetCommand.h"
-#include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Text.h"
-
-namespace {
-// The product language names kvxim accepts for --lang.
-bool IsKnownLanguage(const std::string& name) {
-  const std::wstring wide = kvx::platform::Widen(name);
-  return kvx::platform::EqualsNoCase(kvx::params::LanguageIdToName(kvx::params::LanguageNameToId(wide)), wide);
-}
-}  // namespace
+#include "kvx/utility/LocationHelper.h"
 
 int main(int argc, char** argv) {
   CLI::App app{"kvxim: reference host of the injection-moulding rule module"};
@@ -78,8 +70,9 @@ int main(int argc, char** argv) {
   }
 
   if (!language.empty()) {
-    if (!IsKnownLanguage(language)) {
-      std::cerr << "kvxim: unknown language \"" << language << "\"\n";
+    if (CLanguageUtil::KnownLanguage(kvx::platform::Widen(language)).empty()) {
+      std::cerr << "kvxim: " << kvx::platform::Narrow(CLanguageUtil::UnknownLanguageMessage(kvx::platform::Widen(language)))
+                << "\n";
       return 1;
     }
     setenv("KVX_LANGUAGE", language.c_str(), 1);  // the module picks it up at start-up

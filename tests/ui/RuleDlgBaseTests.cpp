@@ -11,7 +11,15 @@ namespace {
 using kvx::framework::gui::CKVXRuleDlgBase;
 using kvx::test::HandMadeRule;
 
+// The dialog's own texts come from the current resource library, which the module keeps current.
+class EnglishCurrent {
+  std::unique_ptr<kvx::platform::ResourceLibrary> library_ =
+      kvx::platform::ResourceLibrary::Load(kvx::test::ResourceLibraryPath("english"));
+  kvx::platform::ResourceScope scope_{library_.get()};
+};
+
 TEST(RuleDlgBase, ShowsEachParameterWithItsOperatorsValuesAndEnabledBox) {
+  EnglishCurrent english;
   HandMadeRule rule;
   CKVXRuleDlgBase dialog(rule, {});
   ASSERT_EQ(dialog.Rows().size(), 3u);
@@ -66,6 +74,7 @@ TEST(RuleDlgBase, ARangeWritesBothValuesAndAnotherOperatorOnlyTheFirst) {
 }
 
 TEST(RuleDlgBase, AFieldThatIsNoNumberRefusesOkAndChangesNothing) {
+  EnglishCurrent english;
   kvx::test::MessageRecorder messages;
   HandMadeRule rule;
   CKVXRuleDlgBase dialog(rule, {});

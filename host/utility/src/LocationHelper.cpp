@@ -1,10 +1,34 @@
 #include "kvx/utility/LocationHelper.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
 #include "kvx/params/ValueUtils.h"
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Locale.h"
 #include "kvx/platform/Paths.h"
+#include "kvx/platform/Text.h"
+
+namespace {
+
+// The folder under `root` whose name is `language` without regard to case; `root` + `language` when
+// there is none, so that a failed load names the folder that was looked for.
+std::wstring LanguageFolder(const std::wstring& root, const std::wstring& language) {
+  const std::wstring exact = kvx::platform::JoinPath(root, language);
+  std::error_code error;
+  if (std::filesystem::is_directory(exact, error)) return exact;
+  for (const auto& entry : std::filesystem::directory_iterator(root, error)) {
+    const std::wstring name = entry.path().filename().wstring();
+    if (entry.is_directory(error) && kvx::platform::EqualsNoCase(name, language)) {
+      return kvx::platform::JoinPath(root, name);
+    }
+  }
+  return exact;
+}
+
+}  // namespace
 
 std::wstring CLocationHelper::GetResourceRoot() {
   if (auto root = kvx::platform::GetEnvWide(L"KVX_RESOURCE_ROOT"); root && !root->empty()) return *root;
@@ -14,12 +38,43 @@ std::wstring CLocationHelper::GetResourceRoot() {
 }
 
 std::wstring CLocationHelper::GetLocalizedResPath() {
-  return kvx::platform::JoinPath(GetResourceRoot(), CLanguageUtil::GetKorvexLang());
+  return LanguageFolder(GetResourceRoot(), CLanguageUtil::GetKorvexLang());
 }
 
-std::wstring CLocationHelper::GetDefaultResPath() { return kvx::platform::JoinPath(GetResourceRoot(), L"english"); }
+std::wstring CLocationHelper::GetDefaultResPath() { return LanguageFolder(GetResourceRoot(), L"english"); }
 
 std::wstring CLanguageUtil::GetKorvexLang() {
-  if (auto language = kvx::platform::GetEnvWide(L"KVX_LANGUAGE"); language && !language->empty()) return *language;
+  if (auto language = kvx::platform::GetEnvWide(L"KVX_LANGUAGE"); language && !language->empty()) {
+    const std::wstring known = KnownLanguage(*language);
+    return known.empty() ? *language : known;
+  }
   return kvx::params::LanguageIdToName(kvx::platform::UserDefaultLangId());
+}
+
+std::wstring CLanguageUtil::KnownLanguage(const std::wstring& name) {
+  // The name table maps an unknown name to English, so a name is known when it comes back from it.
+  const std::wstring known = kvx::params::LanguageIdToName(kvx::params::LanguageNameToId(name));
+  return kvx::platform::EqualsNoCase(known, name) ? known : std::wstring();
+}
+
+std::vector<std::wstring> CLanguageUtil::InstalledLanguages() {
+  const std::wstring root = CLocationHelper::GetResourceRoot();
+  const std::wstring library = kvx::platform::LibraryFileName(L"KVXIMRulesResu");
+  std::vector<std::wstring> installed;
+  for (const std::wstring& language : kvx::params::LanguageNames()) {
+    std::error_code error;
+    if (std::filesystem::is_regular_file(kvx::platform::JoinPath(LanguageFolder(root, language), library), error)) {
+      installed.push_back(language);
+    }
+  }
+  std::ranges::sort(installed);
+  return installed;
+}
+
+std::wstring CLanguageUtil::UnknownLanguageMessage(const std::wstring& name) {
+  std::wstring message = L"unknown language \"" + name + L"\"; installed languages:";
+  const std::vector<std::wstring> installed = InstalledLanguages();
+  if (installed.empty()) return message + L" none (no resource library under " + CLocationHelper::GetResourceRoot() + L")";
+  for (std::size_t i = 0; i < installed.size(); ++i) message += (i == 0 ? L" " : L", ") + installed[i];
+  return message;
 }

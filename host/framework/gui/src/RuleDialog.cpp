@@ -11,8 +11,15 @@
 
 #include "kvx/framework/gui/PictureControl.h"
 #include "kvx/framework/gui/QtUiServices.h"
+#include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 
 using kvx::framework::gui::CKVXRuleDlgBase;
+
+namespace {
+// Texts of the current resource library, the one in the user's language while a rule is edited.
+QString ResourceText(int id) { return ToQString(kvx::platform::LoadResString(id)); }
+}  // namespace
 
 RuleDialog::RuleDialog(CKVXRuleDlgBase& presenter, QWidget* parent) : QDialog(parent), presenter_(presenter) {
   setWindowTitle(ToQString(presenter.Title()));
@@ -31,7 +38,7 @@ RuleDialog::RuleDialog(CKVXRuleDlgBase& presenter, QWidget* parent) : QDialog(pa
   severity_->setCurrentIndex(presenter.SelectedSeverity());
   connect(severity_, &QComboBox::currentIndexChanged, this, [this](int index) { presenter_.SelectSeverity(index); });
   auto* severityLine = new QHBoxLayout();
-  severityLine->addWidget(new QLabel(tr("Severity"), this));
+  severityLine->addWidget(new QLabel(ResourceText(kvx::res::kSeverityLabel), this));
   severityLine->addWidget(severity_, 1);
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
@@ -73,7 +80,7 @@ void RuleDialog::AddRow(QGridLayout* grid, int gridRow, size_t row) {
             [this, row, field](const QString& text) { presenter_.SetValueText(row, field, FromQString(text)); });
     controls.values[field] = edit;
     if (field == 1) {
-      controls.to = new QLabel(tr("to"), this);
+      controls.to = new QLabel(ResourceText(kvx::res::kRangeTo), this);
       values->addWidget(controls.to);
     }
     values->addWidget(edit);
@@ -82,7 +89,7 @@ void RuleDialog::AddRow(QGridLayout* grid, int gridRow, size_t row) {
   grid->addWidget(new QLabel(ToQString(shown.unit), this), gridRow, column++);
 
   if (shown.showEnabled) {
-    controls.enabled = new QCheckBox(tr("Enabled"), this);
+    controls.enabled = new QCheckBox(ResourceText(kvx::res::kParameterEnabled), this);
     controls.enabled->setChecked(shown.enabled);
     connect(controls.enabled, &QCheckBox::toggled, this, [this, row](bool on) { presenter_.SetEnabled(row, on); });
     grid->addWidget(controls.enabled, gridRow, column++);

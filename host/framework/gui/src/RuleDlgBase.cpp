@@ -1,5 +1,8 @@
 #include "kvx/framework/gui/RuleDlgBase.h"
 
+#include <fmt/printf.h>
+#include <fmt/xchar.h>
+
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -7,13 +10,17 @@
 
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxUiServices.h"
+#include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::framework::gui {
 
 namespace {
 
 constexpr wchar_t kCaption[] = L"Korvex";
+
+std::wstring Text(int id) { return kvx::platform::LoadResString(id); }
 
 std::wstring Trimmed(const std::wstring& text) {
   const auto first = text.find_first_not_of(L" \t");
@@ -55,8 +62,9 @@ CKVXRuleDlgBase::CKVXRuleDlgBase(CKvxRule& rule, kvx::platform::Picture picture)
   }
 }
 
-const std::vector<std::wstring>& CKVXRuleDlgBase::SeverityNames() {
-  static const std::vector<std::wstring> names{L"Very Low", L"Low", L"Medium", L"High", L"Very High"};
+std::vector<std::wstring> CKVXRuleDlgBase::SeverityNames() {
+  std::vector<std::wstring> names;
+  for (int id = kvx::res::kSeverityVeryLow; id <= kvx::res::kSeverityVeryHigh; ++id) names.push_back(Text(id));
   return names;
 }
 
@@ -93,7 +101,9 @@ bool CKVXRuleDlgBase::ParseValue(const std::wstring& text, double& value) {
 RuleDialogRow CKVXRuleDlgBase::MakeRow(CKvxParamStorage& parameter, bool showEnabled) const {
   RuleDialogRow row;
   row.id = parameter.lId;
-  row.name = parameter.csName.empty() ? L"Parameter " + std::to_wstring(parameter.lId) : parameter.csName;
+  row.name = parameter.csName.empty()
+                 ? fmt::sprintf(Text(kvx::res::kUnnamedParameter), std::to_wstring(parameter.lId))
+                 : parameter.csName;
   row.symbol = parameter.csSymbol;
   row.unit = parameter.csUnit;
   for (long option : parameter.operatorOptions) {
@@ -152,7 +162,7 @@ bool CKVXRuleDlgBase::Accept() {
     const bool firstOk = ReadField(rows_[i].valueText, parsed[i][0]);
     const bool secondOk = !IsRange(i) || ReadField(rows_[i].secondValueText, parsed[i][1]);
     if (firstOk && secondOk) continue;
-    KvxMessageBox(L"The value of \"" + rows_[i].name + L"\" is not a number.", kCaption, KvxMessageIcon::Exclamation);
+    KvxMessageBox(fmt::sprintf(Text(kvx::res::kValueNotANumber), rows_[i].name), kCaption, KvxMessageIcon::Exclamation);
     return false;
   }
   for (size_t i = 0; i < rows_.size(); ++i) {

@@ -125,4 +125,68 @@ constexpr int kSpreadsheetEmptyColumns = 2535;     // format: the empty columns'
 constexpr int kDatabaseDirNotUsable = 2856;  // the directory or its files cannot be written
 constexpr int kDatabaseDirUsable = 2857;     // the directory and its files can be written
 
+// ---- Common rules: summaries (format: one limit text per parameter, in parameter order) ----------
+constexpr int kBossBaseRadiusSummary = 3200;
+constexpr int kBossTipRadiusSummary = 3201;
+constexpr int kDraftAngleSummary = 3202;
+constexpr int kRibParametersSummary = 3203;
+constexpr int kUndercutDetectionSummary = 3204;
+constexpr int kMouldedWallThicknessSummary = 3205;
+constexpr int kWallThicknessVariationSummary = 3206;
+constexpr int kSuddenWallThicknessVariationSummary = 3207;
+constexpr int kUniformThicknessSummary = 3208;
+constexpr int kCorePinDiameterSummary = 3209;
+constexpr int kRibBaseRadiusSummary = 3210;
+constexpr int kUndercutInterferenceSummary = 3211;
+constexpr int kVariableDraftAngleSummary = 3212;
+constexpr int kBossParametersSummary = 3213;
+
+// ---- Common rules: one limit as a summary shows it --------------------------------------------
+constexpr int kLimitLessThan = 3220;     // format: value with unit
+constexpr int kLimitAtMost = 3221;       // format: value with unit
+constexpr int kLimitMoreThan = 3222;     // format: value with unit
+constexpr int kLimitAtLeast = 3223;      // format: value with unit
+constexpr int kLimitBetween = 3224;      // format: lower value, upper value (each with unit)
+constexpr int kSwitchOn = 3225;
+constexpr int kSwitchOff = 3226;
+constexpr int kLimitNotSet = 3227;
+
+// ---- Common rules: parameters (each parameter's id is also the id of its name) ----------------
+constexpr int kBossBaseRadiusMinParam = 3010;
+constexpr int kBossBaseRadiusMaxParam = 3011;
+constexpr int kBossTipRadiusMinParam = 3020;
+constexpr int kDraftPerSideParam = 3030;
+constexpr int kDraftTexturedParam = 3031;
+constexpr int kRibThicknessRatioParam = 3040;
+constexpr int kRibHeightRatioParam = 3041;
+constexpr int kRibDraftParam = 3042;
+constexpr int kRibSpacingRatioParam = 3043;
+constexpr int kDetectUndercutsParam = 3050;
+constexpr int kUndercutDepthParam = 3051;
+constexpr int kWallThicknessMinParam = 3060;
+constexpr int kWallThicknessMaxParam = 3061;
+constexpr int kThicknessVariationParam = 3070;
+constexpr int kTransitionLengthParam = 3071;
+constexpr int kSuddenThicknessChangeParam = 3080;
+constexpr int kThicknessDeviationParam = 3090;
+constexpr int kNominalThicknessParam = 3091;
+constexpr int kCorePinDiameterParam = 3100;
+constexpr int kCorePinLengthParam = 3101;
+constexpr int kRibBaseRadiusMinParam = 3110;
+constexpr int kRibBaseRadiusMaxParam = 3111;
+constexpr int kCheckInterferenceParam = 3120;
+constexpr int kSideActionClearanceParam = 3121;
+constexpr int kShallowFaceDraftParam = 3130;
+constexpr int kShallowFaceDepthParam = 3131;
+constexpr int kDeepFaceDraftParam = 3132;
+constexpr int kBossOuterDiameterParam = 3140;
+constexpr int kBossWallRatioParam = 3141;
+constexpr int kBossHeightRatioParam = 3142;
+
+// ---- Generic rule dialog ----------------------------------------------------------------------
+constexpr int kRangeTo = 3240;                // between the two value fields of a range
+constexpr int kParameterEnabled = 3241;       // check box of a limit that can be switched off
+constexpr int kUnnamedParameter = 3242;       // format: the parameter's id
+constexpr int kValueNotANumber = 3243;        // format: the parameter's name
+
 }  // namespace kvx::res

@@ -18,7 +18,7 @@ namespace kvx::framework::gui {
 // One parameter as the dialog shows it.
 struct RuleDialogRow {
   long id = 0;
-  std::wstring name;    // the parameter's name; "Parameter <id>" when it has none
+  std::wstring name;    // the parameter's name; "Parameter <id>" (translated) when it has none
   std::wstring symbol;  // shown before the operator
   std::vector<int> operatorCodes;         // the choices, in the parameter's order
   std::vector<std::wstring> operatorTexts;
@@ -39,8 +39,8 @@ class CKVXRuleDlgBase {
   const std::wstring& Title() const { return title_; }
   const kvx::platform::Picture& Picture() const { return picture_; }
   const std::vector<RuleDialogRow>& Rows() const { return rows_; }
-  // The severity names in code order (0 to 4), the framework's own texts.
-  static const std::vector<std::wstring>& SeverityNames();
+  // The severity names in code order (0 to 4), from the current resource library.
+  static std::vector<std::wstring> SeverityNames();
   int SelectedSeverity() const { return selectedSeverity_; }
   // True when row `row` shows two value fields (its selected operator is the range operator).
   bool IsRange(size_t row) const;
