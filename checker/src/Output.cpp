@@ -46,7 +46,7 @@ std::string Where(const Finding& finding) {
   std::string faces;
   for (std::size_t i = 0; i < finding.faces.size() && i < 6; ++i) faces += (i ? "," : "") + std::to_string(finding.faces[i]);
   if (finding.faces.size() > 6) faces += ",...";
-  return fmt::format("{} face {} at ({}, {}, {})", finding.what, faces, Number(finding.point.x), Number(finding.point.y),
+  return fmt::format("{} on {} {} at ({}, {}, {})", finding.what, finding.faces.size() == 1 ? "face" : "faces", faces, Number(finding.point.x), Number(finding.point.y),
                      Number(finding.point.z));
 }
 }  // namespace

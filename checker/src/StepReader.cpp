@@ -156,8 +156,13 @@ bool AddFaceMesh(const TopoDS_Face& face, int index, Part& part) {
     part.mesh.triangles.push_back({offset + a - 1, offset + b - 1, offset + c - 1});
     part.mesh.faceOf.push_back(index);
   }
-  // Nodes where the surface has no normal (a cone's apex) take the normal of the facets around them.
+  // Each triangle is turned, where needed, to face the way the exact normals at its corners do, so that the
+  // winding never depends on the mesher. Nodes where the surface has no normal (a cone's apex)
+  // take the normal of the facets around them.
   for (std::size_t t = firstTriangle; t < part.mesh.triangles.size(); ++t) {
+    auto& corners = part.mesh.triangles[t];
+    const Vec3 exact = part.normals[corners[0]] + part.normals[corners[1]] + part.normals[corners[2]];
+    if (Dot(part.mesh.AreaNormal(t), exact) < 0) std::swap(corners[1], corners[2]);
     info.area += part.mesh.Area(t);
     const Vec3 facet = Normalized(part.mesh.AreaNormal(t));
     for (std::uint32_t node : part.mesh.triangles[t]) {

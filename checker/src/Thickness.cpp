@@ -91,8 +91,13 @@ std::vector<ThicknessChange> FindChanges(const Part& part, const Thickness& thic
       }
       length = high > low ? high - low : 0;
     }
-    for (const ThicknessChange& known : changes)
-      if (known.from == a && known.to == b) return;
+    // Found across several faces (the riser of a step, and the plate's side that also joins both walls), the
+    // shortest run is the transition.
+    for (ThicknessChange& known : changes)
+      if (known.from == a && known.to == b) {
+        known.length = std::min(known.length, length);
+        return;
+      }
     changes.push_back({a, b, change, length, (ca + cb) * 0.5});
   };
   for (const FaceThickness& face : thickness.faces) {
@@ -172,8 +177,9 @@ Thickness MeasureThickness(const Part& part, const TriangleTree& tree, const Bud
     const double value = WeightedMedian(list);
     const double ray = WeightedMedian(rays[face]);
     if (ray > kEndFaceRatio * value) continue;
-    // A face whose thickness runs from one value to another is a transition between walls, not a wall.
-    const double spread = WeightedPercentile(list, 0.9) - WeightedPercentile(list, 0.1);
+    // A face whose thickness runs from one value to another is a transition between walls, not a wall. The
+    // rays tell: the combined values also dip near every convex edge, where the spheres are squeezed.
+    const double spread = WeightedPercentile(rays[face], 0.9) - WeightedPercentile(rays[face], 0.1);
     if (spread > std::max(4 * part.deflection, kTransitionSpread * value)) continue;
     centreOf[face] = centreOf[face] * (1.0 / weightOf[face]);
     result.faces.push_back({face, value, centreOf[face]});

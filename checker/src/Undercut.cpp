@@ -18,18 +18,36 @@ std::vector<bool> BlockedTriangles(const Part& part, const TriangleTree& tree, V
                                    bool& cutShort) {
   std::vector<bool> blocked(part.mesh.triangles.size(), false);
   const double skip = part.box.Diagonal() * 1e-7;
+  // A facet's centre lies up to the deflection inside a convex face, from where a drafted wall would block its
+  // own way out; the probe starts this far outside.
+  const double lift = 2 * part.deflection;
   for (std::size_t t = 0; t < part.mesh.triangles.size(); ++t) {
     if ((t & 255) == 0 && budget.Expired()) {
       cutShort = true;
       break;
     }
-    const Vec3 normal = Normalized(part.mesh.AreaNormal(t));
+    // The surface's own normals: a facet of a gently drafted curved face can lean the other way.
+    const auto& corners = part.mesh.triangles[t];
+    Vec3 normal = Normalized(part.normals[corners[0]] + part.normals[corners[1]] + part.normals[corners[2]]);
+    if (Length(normal) < 0.5) normal = Normalized(part.mesh.AreaNormal(t));
     const double sine = Dot(normal, pull);
     if (std::fabs(sine) < kVerticalSine) continue;
     const Vec3 release = sine > 0 ? pull : pull * -1.0;
-    blocked[t] = tree.FirstHit(part.mesh.Centroid(t), release, skip, 1e300).has_value();
+    blocked[t] = tree.FirstHit(part.mesh.Centroid(t) + normal * lift, release, skip, 1e300).has_value();
   }
   return blocked;
+}
+
+// Whether one of the triangles, seen along the pull, covers `point`.
+bool CoversAcross(const Part& part, const std::vector<std::size_t>& triangles, Vec3 point, Vec3 pull) {
+  for (std::size_t t : triangles) {
+    if (std::fabs(Dot(part.mesh.AreaNormal(t), pull)) < 1e-12) continue;  // seen edge-on
+    const Vec3 a = part.mesh.Corner(t, 0), b = part.mesh.Corner(t, 1), c = part.mesh.Corner(t, 2);
+    const double ab = Dot(Cross(b - a, point - a), pull), bc = Dot(Cross(c - b, point - b), pull),
+                 ca = Dot(Cross(a - c, point - c), pull);
+    if ((ab >= 0 && bc >= 0 && ca >= 0) || (ab <= 0 && bc <= 0 && ca <= 0)) return true;
+  }
+  return false;
 }
 
 // How far the blocked facets reach across the pull: the narrowest of their widths in the plane across the
@@ -57,6 +75,8 @@ double DepthAcross(const Part& part, const std::vector<std::size_t>& triangles, 
     }
     depth = std::min(depth, high - low);
   }
+  // Only a patch that surrounds its centre without covering it is a ring.
+  if (CoversAcross(part, triangles, centre, pull)) return depth;
   double near = 1e300, far = 0;
   for (Vec3 p : points) {
     const Vec3 offset = p - centre;
