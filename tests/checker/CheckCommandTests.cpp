@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "../support/KvximProcess.h"
@@ -48,8 +50,12 @@ TEST_F(CheckCommand, ExitCodesFollowTheWorstFindingAndTheInput) {
   for (const Case& c : cases) {
     const auto result = Check(c.args);
     EXPECT_EQ(result.exitCode, c.exitCode) << c.args << "\n" << result.err;
-    if (*c.stderrWord) EXPECT_NE(result.err.find(c.stderrWord), std::string::npos) << c.args << "\n" << result.err;
-    if (c.exitCode == 3) EXPECT_TRUE(result.out.empty()) << c.args;
+    if (*c.stderrWord) {
+      EXPECT_NE(result.err.find(c.stderrWord), std::string::npos) << c.args << "\n" << result.err;
+    }
+    if (c.exitCode == 3) {
+      EXPECT_TRUE(result.out.empty()) << c.args;
+    }
   }
 }
 
@@ -91,6 +97,22 @@ TEST_F(CheckCommand, HtmlReportIsSelfContainedWithPictures) {
   EXPECT_NE(html.find("<svg"), std::string::npos);
   EXPECT_NE(html.find("12176"), std::string::npos);
   EXPECT_EQ(html.find("src=\"http"), std::string::npos) << "nothing fetched from elsewhere";
+  // Kept for a person to look at, with its first picture as PNG where an SVG renderer is installed (librsvg2-bin);
+  // the renderer also proves the picture well-formed.
+  const char* output = std::getenv("KVX_TEST_OUTPUT");
+  if (output) {
+    const fs::path kept = fs::path(output) / "checker";
+    fs::create_directories(kept);
+    fs::copy_file(page, kept / "boss.html", fs::copy_options::overwrite_existing);
+    const auto start = html.find("<svg"), end = html.find("</svg>");
+    ASSERT_NE(end, std::string::npos);
+    std::ofstream(kept / "boss-view.svg") << html.substr(start, end + 6 - start);
+    if (std::system("command -v rsvg-convert >/dev/null") == 0) {
+      const std::string render = "rsvg-convert '" + (kept / "boss-view.svg").string() + "' -o '" + (kept / "boss-view.png").string() + "'";
+      EXPECT_EQ(std::system(render.c_str()), 0);
+      EXPECT_GT(fs::file_size(kept / "boss-view.png"), 1000u);
+    }
+  }
   // A report that cannot be written fails without touching the part or the output folder.
   EXPECT_EQ(Check(Part("boss") + " --report /nonexistent/folder/r.html").exitCode, 3);
 }
