@@ -36,7 +36,6 @@ namespace kvx::checker {
 namespace {
 // Free-form faces this close to an analytic surface are taken as that surface (holes written as B-splines).
 constexpr double kRecognitionTolerance = 1e-4;
-constexpr double kMeshAngle = 0.3;  // radians between neighbouring facets of a curved face
 constexpr std::string_view kStepMagic = "ISO-10303-21";
 
 // The reader reports through Open CASCADE's messenger, which prints to standard output; our output must

@@ -4,6 +4,7 @@
 // read across their own wall's end (the top of a rib, the edge of a plate) are left out.
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <unordered_map>
 
 #include "Analyses.h"
@@ -70,10 +71,14 @@ std::vector<ThicknessChange> FindChanges(const Part& part, const Thickness& thic
   constexpr double kSameSide = 0.8;  // cosine between the faces' mean normals
   std::unordered_map<int, double> valueOf;
   for (const FaceThickness& face : thickness.faces) valueOf[face.face] = face.value;
+  // Each face's mean normal once: a plate's face meets every hole through it.
+  std::unordered_map<int, Vec3> normalOf;
+  for (const FaceThickness& face : thickness.faces) normalOf[face.face] = MeanNormal(part, part.faces[face.face]);
   std::vector<ThicknessChange> changes;
+  std::map<std::pair<int, int>, std::size_t> changeOf;
   auto consider = [&](int a, int b, int between) {
     if (b <= a || !valueOf.count(b)) return;
-    const Vec3 na = MeanNormal(part, part.faces[a]), nb = MeanNormal(part, part.faces[b]);
+    const Vec3 na = normalOf.at(a), nb = normalOf.at(b);
     if (Dot(na, nb) < kSameSide) return;
     const double change = std::fabs(valueOf[a] - valueOf[b]);
     if (change <= std::max(2 * part.deflection, 0.02 * std::min(valueOf[a], valueOf[b]))) return;
@@ -93,11 +98,11 @@ std::vector<ThicknessChange> FindChanges(const Part& part, const Thickness& thic
     }
     // Found across several faces (the riser of a step, and the plate's side that also joins both walls), the
     // shortest run is the transition.
-    for (ThicknessChange& known : changes)
-      if (known.from == a && known.to == b) {
-        known.length = std::min(known.length, length);
-        return;
-      }
+    const auto [known, added] = changeOf.emplace(std::pair{a, b}, changes.size());
+    if (!added) {
+      changes[known->second].length = std::min(changes[known->second].length, length);
+      return;
+    }
     changes.push_back({a, b, change, length, (ca + cb) * 0.5});
   };
   for (const FaceThickness& face : thickness.faces) {
@@ -125,20 +130,42 @@ Thickness MeasureThickness(const Part& part, const TriangleTree& tree, const Bud
   for (const FaceInfo& face : part.faces) total += face.area;
   if (total / (spacing * spacing) > kMaxSamples) spacing = std::sqrt(total / kMaxSamples);
 
-  // Samples per triangle, with the triangle they lie on.
+  // Samples about `spacing` apart, with the triangle they lie on: a large triangle carries several, runs of small
+  // ones (a fine fan around a hole) share one, so that the count follows the area, not the triangles. Every
+  // face gets at least one.
   std::vector<Sample> samples;
   std::vector<std::size_t> triangleOf;
   const double cellArea = spacing * spacing;
+  std::size_t open = 0;  // the sample that small triangles of the current run add their area to
+  double pending = 0;
+  int runFace = -1;
   for (std::size_t t = 0; t < part.mesh.triangles.size(); ++t) {
     const double area = part.mesh.Area(t);
     if (area <= 0) continue;
+    const int face = part.mesh.faceOf[t];
+    if (face != runFace) {
+      runFace = face;
+      pending = 0;
+    }
+    if (area < cellArea) {
+      if (pending > 0) {
+        samples[open].weight += area;
+      } else {
+        open = samples.size();
+        samples.push_back({face, part.mesh.Centroid(t), area, 0, 0});
+        triangleOf.push_back(t);
+      }
+      pending += area;
+      if (pending >= cellArea) pending = 0;
+      continue;
+    }
     const int k = std::clamp(static_cast<int>(std::ceil(std::sqrt(area / cellArea))), 1, 4);
     const auto& c = part.mesh.triangles[t];
     for (int i = 0; i < k; ++i)
       for (int j = 0; i + j < k; ++j) {
         const double a = (i + 1.0 / 3) / k, b = (j + 1.0 / 3) / k;
         const Vec3 p = part.mesh.nodes[c[0]] * (1 - a - b) + part.mesh.nodes[c[1]] * a + part.mesh.nodes[c[2]] * b;
-        samples.push_back({part.mesh.faceOf[t], p, area / (k * (k + 1) / 2), 0, 0});
+        samples.push_back({face, p, area / (k * (k + 1) / 2), 0, 0});
         triangleOf.push_back(t);
       }
   }

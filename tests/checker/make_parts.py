@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Writes the checker's test parts as STEP files with gmsh's OpenCASCADE kernel, an independent writer.
 
-Usage: make_parts.py OUTPUT_DIR. Lengths in millimetres, pull along +Z unless a part says otherwise.
+Usage: make_parts.py OUTPUT_DIR, or make_parts.py holes N FILE for the benchmark's plate with N x N holes.
+Lengths in millimetres, pull along +Z unless a part says otherwise.
 The tests state the expected features of each part; keep both in step when a part changes.
 """
 import math
@@ -101,6 +102,15 @@ def plate_in_metres():
     occ.dilate(occ.getEntities(3), 0, 0, 0, 1e-3, 1e-3, 1e-3)
 
 
+def perforated(count):
+    # A plate 4 thick with count x count through holes D3 at a 6 mm pitch.
+    def build():
+        side = 6 * count + 6
+        body = box(0, 0, 0, side, side, 4)
+        cut(body, *[cylinder(6 + 6 * i, 6 + 6 * j, -1, 0, 0, 6, 1.5) for i in range(count) for j in range(count)])
+    return build
+
+
 def write(name, build, directory):
     global occ
     gmsh.initialize()
@@ -116,6 +126,10 @@ def write(name, build, directory):
 
 
 def main():
+    if sys.argv[1] == "holes":
+        path = write("holes", perforated(int(sys.argv[2])), os.path.dirname(os.path.abspath(sys.argv[3])))
+        os.replace(path, sys.argv[3])
+        return
     directory = sys.argv[1]
     os.makedirs(directory, exist_ok=True)
     for name, build in [("plate", plate), ("drafted", drafted), ("boss", boss), ("thick", thick), ("window", window),

@@ -56,8 +56,10 @@ struct ReadResult {
   Part part;
 };
 
-// The triangulation's deflection as a fraction of the part's bounding-box diagonal.
+// The triangulation's deflection as a fraction of the part's bounding-box diagonal, and the largest angle
+// (radians) between neighbouring facets of a curved face.
 inline constexpr double kRelativeDeflection = 0.001;
+inline constexpr double kMeshAngle = 0.3;
 
 // Reads a STEP file (lengths in millimetres whatever the file's unit), repairs it as the reader does,
 // and triangulates it once. Never throws.
