@@ -6,6 +6,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "CheckCommand.h"
 #include "Commands.h"
 #include "EditCommand.h"
 #include "MaterialsCommand.h"
@@ -61,6 +62,7 @@ int main(int argc, char** argv) {
   edit->add_option("-o,--output", editOptions.output, "file to write (default: in place)");
 
   AddSheetCommand(app, exitCode);
+  kvxim::AddCheckCommand(app, exitCode);
   app.require_subcommand(0, 1);
 
   try {
@@ -79,7 +81,7 @@ int main(int argc, char** argv) {
   }
   options.database = database;
 
-  if (app.got_subcommand("sheet")) return exitCode;
+  if (app.got_subcommand("sheet") || app.got_subcommand("check")) return exitCode;
   if (app.got_subcommand("resource")) return kvxim::RunResource(options, std::cout, std::cerr);
   if (app.got_subcommand("units")) return kvxim::RunUnits(options, std::cout, std::cerr);
 
