@@ -1,7 +1,7 @@
 #pragma once
 // `kvxim edit FILE --rule NAME|ID [-o OUT]`: opens a rule's dialog (EditRule) and, when the user accepts it,
-// writes the rule back into the rule set. The Qt application exists only for this command; a build without
-// Qt has no dialogs, and the module says so.
+// writes the rule back into the rule set. The module's dialog library brings the toolkit, for this command
+// only; without it (or without a display) the module says that no dialog is available.
 #include <ostream>
 #include <string>
 

@@ -58,6 +58,13 @@ unsigned UserDefaultLangId() {
   return 1033;
 }
 
+std::wstring LocaleNameOfLangId(unsigned id) {
+  for (const auto& entry : kLangIds) {
+    if (entry.id == id) return Widen(entry.locale);
+  }
+  return L"en";
+}
+
 std::wstring UserDecimalSeparator() {
   locale_t user = newlocale(LC_NUMERIC_MASK, "", static_cast<locale_t>(0));
   if (!user) return L".";
