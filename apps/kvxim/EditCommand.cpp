@@ -1,5 +1,8 @@
 #include "EditCommand.h"
 
+#include <CLI/CLI.hpp>
+
+#include <iostream>
 #include <memory>
 
 #include "kvx/framework/KvxRule.h"
@@ -69,13 +72,16 @@ int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std
     return kEditFailed;
   }
   const std::string target = options.output.empty() ? options.input : options.output;
-  std::wstring error;
-  if (!host.Document().SaveFile(Widen(target), error)) {
-    err << "kvxim: " << Narrow(error) << "\n";
-    return kEditFailed;
-  }
-  out << "wrote " << target << "\n";
-  return kEditSaved;
+  return SaveRuleSet(host, target, out, err) ? kEditSaved : kEditFailed;
+}
+
+void AddEditCommand(CLI::App& app, CommandTable& table) {
+  auto options = std::make_shared<EditOptions>();
+  auto* edit = app.add_subcommand("edit", "open a rule's dialog and save the rule set when it is accepted");
+  edit->add_option("file", options->input, "rule-set file")->required();
+  edit->add_option("--rule", options->rule, "the rule's key name (any case) or id")->required();
+  edit->add_option("-o,--output", options->output, "file to write (default: in place; -: standard output)");
+  table.push_back({edit, Needs::Module, [options](ModuleHost* host) { return RunEdit(*host, *options, std::cout, std::cerr); }});
 }
 
 }  // namespace kvxim

@@ -5,6 +5,7 @@
 #include <ostream>
 #include <string>
 
+#include "CommandTable.h"
 #include "ModuleHost.h"
 
 namespace kvxim {
@@ -23,5 +24,8 @@ inline constexpr int kEditCancelled = 2;  // the user cancelled: nothing written
 // Loads the rule set, finds the rule, runs its EditRule and, on OK, replaces the rule's element with its
 // GetXML() and saves atomically. Messages go to `err` (one line each), "wrote FILE" to `out`.
 int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std::ostream& err);
+
+// Registers "edit" on `app` and in `table`.
+void AddEditCommand(CLI::App& app, CommandTable& table);
 
 }  // namespace kvxim

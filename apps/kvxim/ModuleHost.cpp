@@ -79,6 +79,20 @@ std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& fil
   return root;
 }
 
+bool SaveRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, std::ostream& err) {
+  if (file == "-") {
+    out << host.Document().ToText();
+    return out.good();
+  }
+  std::wstring error;
+  if (!host.Document().SaveFile(kvx::platform::Widen(file), error)) {
+    err << "kvxim: " << kvx::platform::Narrow(error) << "\n";
+    return false;
+  }
+  out << "wrote " << file << "\n";
+  return true;
+}
+
 ModuleHost::~ModuleHost() {
   if (SetXMLDoc) SetXMLDoc(nullptr);
   module_.reset();  // the module goes before the document and the database it may refer to

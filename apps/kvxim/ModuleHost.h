@@ -45,6 +45,10 @@ class ModuleHost {
 // Loads a rule-set file into the host's document and returns its "RuleSet" root; null after one line to `err`.
 std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& file, std::ostream& err);
 
+// Writes the host's document to `file` atomically ("-": to `out`), then "wrote FILE" to `out`; false after
+// one line with the reason to `err`.
+bool SaveRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, std::ostream& err);
+
 // The folder kvxim runs from.
 std::wstring HostFolder();
 

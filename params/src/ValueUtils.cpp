@@ -204,6 +204,12 @@ std::wstring LanguageIdToName(unsigned id) {
   return L"english";
 }
 
+std::vector<std::wstring> LanguageNames() {
+  std::vector<std::wstring> names;
+  for (const auto& entry : kLanguages) names.emplace_back(entry.name);
+  return names;
+}
+
 // --- Environment and system probes -------------------------------------------------------------
 
 bool IsPriorityDevelopment() { return kvx::platform::EnvEquals("KORVEX_PRIORITY_DEV", "1"); }

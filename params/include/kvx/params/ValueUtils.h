@@ -53,6 +53,8 @@ std::wstring SeverityCodeToName(int code);
 unsigned LanguageNameToId(const std::wstring& name);
 // Product language name of a Windows language identifier; "english" for an unknown identifier.
 std::wstring LanguageIdToName(unsigned id);
+// Every product language name, as LanguageIdToName gives them.
+std::vector<std::wstring> LanguageNames();
 
 // --- Environment and system probes -------------------------------------------------------------
 // True only when KORVEX_PRIORITY_DEV exists and is exactly "1".

@@ -18,4 +18,21 @@ KVX_PLATFORM_API std::wstring UserDecimalSeparator();
 KVX_PLATFORM_API std::wstring IsoLanguageName();
 KVX_PLATFORM_API std::wstring IsoCountryName();
 
+// The user-interface language a host chose for this process (a product language name such as
+// "german"), empty when it chose none. Like a thread's UI language on Windows, it is set before the host
+// loads a module, so that the module's start-up takes it; only UiLanguageScope changes it.
+KVX_PLATFORM_API std::wstring HostUiLanguage();
+
+// Makes `language` the host's user-interface language and restores the one before when the scope ends.
+class KVX_PLATFORM_API UiLanguageScope {
+ public:
+  explicit UiLanguageScope(std::wstring language);
+  ~UiLanguageScope();
+  UiLanguageScope(const UiLanguageScope&) = delete;
+  UiLanguageScope& operator=(const UiLanguageScope&) = delete;
+
+ private:
+  std::wstring saved_;
+};
+
 }  // namespace kvx::platform

@@ -1,7 +1,8 @@
 #pragma once
 // Where the product's resource folders are, and which language the product uses. By default the resource
-// root is the "res" folder beside the binary that asks, and the language follows the user's locale; a host
-// overrides both through KVX_RESOURCE_ROOT and KVX_LANGUAGE.
+// root is the "res" folder beside the binary that asks (KVX_RESOURCE_ROOT overrides it), and the language is
+// the one the host chose (kvx::platform::UiLanguageScope), else KVX_LANGUAGE, else the user's locale.
+// Language folders are found without regard to case.
 #include <string>
 
 class CLocationHelper {
@@ -16,7 +17,8 @@ class CLocationHelper {
 
 class CLanguageUtil {
  public:
-  // The product language name ("english", "german", ...): KVX_LANGUAGE when set and not empty, else the
-  // name of the user's default language identifier ("english" for one the product does not know).
+  // The product language name ("english", "german", ...): the host's chosen language, else KVX_LANGUAGE when
+  // set and not empty, else the name of the user's default language identifier ("english" for one the
+  // product does not know).
   static std::wstring GetKorvexLang();
 };
