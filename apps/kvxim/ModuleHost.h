@@ -14,8 +14,9 @@ namespace kvxim {
 
 class ModuleHost {
  public:
-  // Loads the database library and the module from `folder` (the folder of kvxim unless KVX_MODULE_DIR is
-  // set), opens the database `databasePath` (the default one when empty), and calls SetXMLDoc and
+  // Loads the database library and the module from their folder (KVX_MODULE_DIR when set, else the folder
+  // of kvxim in the build tree or the library folder of the installed layout), opens the database
+  // `databasePath` (the default one when empty), and calls SetXMLDoc and
   // SetDBModuleList. Null with a one-line reason when the module or one of its exports is missing; a
   // database that cannot be used only yields `warning` (the tolerance rule then has an empty table).
   static std::unique_ptr<ModuleHost> Load(const std::wstring& databasePath, std::wstring& error,

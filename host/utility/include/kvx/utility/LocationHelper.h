@@ -1,8 +1,9 @@
 #pragma once
 // Where the product's resource folders are, and which language the product uses. By default the resource
-// root is the "res" folder beside the binary that asks (KVX_RESOURCE_ROOT overrides it), and the language is
-// the one the host chose (kvx::platform::UiLanguageScope), else KVX_LANGUAGE, else the user's locale.
-// Language folders are found without regard to case.
+// root is the "res" folder beside the binary that asks, or its place in the installed layout
+// (KVX_RESOURCE_ROOT overrides it), and the language is the one the host chose
+// (kvx::platform::UiLanguageScope), else KVX_LANGUAGE, else the user's locale. Language folders are found
+// without regard to case.
 #include <string>
 
 class CLocationHelper {
