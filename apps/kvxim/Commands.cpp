@@ -83,11 +83,23 @@ std::unique_ptr<kvx::platform::ResourceLibrary> LoadHostResources() {
   return library;
 }
 
-// A unit option: a name from `names` (any case) or a code, stored as the code.
+std::string JoinedNames(const UnitNameTable& table) {
+  std::string names;
+  for (const auto& entry : table) names += (names.empty() ? "" : " ") + entry.first;
+  return names;
+}
+
+// A unit option: a name from `names` (any case) or a code, stored as the code. A value that is neither is
+// a usage error naming the units, not the table of codes CLI11 would print.
 CLI::Option* AddUnitOption(CLI::App* command, const char* name, int& code, const UnitNameTable& names,
                            const char* description) {
-  return command->add_option(name, code, description)
-      ->transform(CLI::CheckedTransformer(names, CLI::ignore_case).description(""));
+  const CLI::CheckedTransformer toCode(names, CLI::ignore_case);
+  const auto check = [toCode, valid = JoinedNames(names)](std::string& value) {
+    const std::string given = value;
+    if (toCode(value).empty()) return std::string();
+    return "unknown unit \"" + given + "\"; valid: " + valid + ", or a code";
+  };
+  return command->add_option(name, code, description)->transform(CLI::Validator(check, ""));
 }
 }  // namespace
 
@@ -216,14 +228,6 @@ int RunUnits(const CommandOptions& options, std::ostream& out, std::ostream&) {
   }
   return 0;
 }
-
-namespace {
-std::string JoinedNames(const UnitNameTable& table) {
-  std::string names;
-  for (const auto& entry : table) names += (names.empty() ? "" : " ") + entry.first;
-  return names;
-}
-}  // namespace
 
 void AddRuleCommands(CLI::App& app, CommandTable& table) {
   auto options = std::make_shared<CommandOptions>();
