@@ -66,11 +66,16 @@ TEST_F(Kvxim, RulesListsTheFreshRuleSetAsJson) {
   ASSERT_NE(hole, nullptr);
   EXPECT_EQ((*FindParameter(*hole, 2347))["values"], json::array({2.0}));
   EXPECT_EQ((*FindParameter(*hole, 2348))["values"], json::array({4.0}));
+  // Names stand beside the codes: the operator's symbol, the severity's name, the units' names.
   EXPECT_EQ((*FindParameter(*hole, 2347))["operator"], 5);
+  EXPECT_EQ((*FindParameter(*hole, 2347))["operatorSymbol"], "<");
+  EXPECT_EQ(rules[0]["severityName"], "Medium");
+  EXPECT_EQ(rules[0]["units"]["lengthName"], "mm");
   const json* ribTip = FindRule(rules, 12220);
   ASSERT_NE(ribTip, nullptr);
   EXPECT_EQ((*FindParameter(*ribTip, 2730))["values"], json::array({0.8, 1.5}));
   EXPECT_EQ((*FindParameter(*ribTip, 2730))["operatorOptions"], json::array({7, 6, 1}));
+  EXPECT_EQ((*FindParameter(*ribTip, 2730))["operatorOptionSymbols"], json::array({">=", ">", "RANGE"}));
 }
 
 TEST_F(Kvxim, NewThenShowRoundTripsEveryRule) {
@@ -233,6 +238,7 @@ TEST_F(Kvxim, ResourceAndUnitsAnswerWithoutTheModule) {
   EXPECT_NE(Run("resource 99999").exitCode, 0);
   const json units = json::parse(Run("units --json").out);
   EXPECT_EQ(units["length"][3]["name"], "in");
+  EXPECT_EQ(units["length"][3]["names"], json::array({"in", "inch"}));
   EXPECT_FALSE(units["length"][3]["text"].get<std::string>().empty());
   EXPECT_EQ(units["angle"][1]["name"], "rad");
 }
