@@ -91,7 +91,7 @@ bool ParsePull(const std::string& text, std::optional<std::array<double, 3>>& pu
   return true;
 }
 
-int RunCheckCommand(const CheckCommandOptions& options, std::ostream& out, std::ostream& err) {
+int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::ostream& out, std::ostream& err) {
   if (options.part.empty()) {
     err << "kvxim: check needs a part file (kvxim check PART.step)\n";
     return kCheckUsage;
@@ -111,14 +111,8 @@ int RunCheckCommand(const CheckCommandOptions& options, std::ostream& out, std::
     return kCheckUsage;
   }
 
-  std::wstring error, warning;
-  auto host = ModuleHost::Load(L"", error, warning);
-  if (!host) {
-    err << "kvxim: " << Narrow(error) << "\n";
-    return kCheckUnreadable;
-  }
-  HeldRules held(*host);
-  if (!CollectRules(*host, options.rules, held, err)) return kCheckUnreadable;
+  HeldRules held(host);
+  if (!CollectRules(host, options.rules, held, err)) return kCheckUnreadable;
   const auto rules = held.Describe();
 
   kvx::checker::CheckOptions checkOptions;
@@ -144,13 +138,13 @@ int RunCheckCommand(const CheckCommandOptions& options, std::ostream& out, std::
   return WorstSeverity(result.report) >= threshold ? kCheckFindings : kCheckClean;
 }
 #else
-int RunCheckCommand(const CheckCommandOptions&, std::ostream&, std::ostream& err) {
+int RunCheckCommand(ModuleHost&, const CheckCommandOptions&, std::ostream&, std::ostream& err) {
   err << "kvxim: this kvxim was built without the part checker\n";
   return kCheckUsage;
 }
 #endif
 
-void AddCheckCommand(CLI::App& app, int& exitCode) {
+void AddCheckCommand(CLI::App& app, CommandTable& table) {
   auto options = std::make_shared<CheckCommandOptions>();
   CLI::App* check = app.add_subcommand("check", "apply a rule set to a STEP part and report what violates which rule");
   check->add_option("part", options->part, "the part (STEP file)");
@@ -161,7 +155,8 @@ void AddCheckCommand(CLI::App& app, int& exitCode) {
   check->add_option("--report", options->report, "write an HTML report with pictures of the part");
   check->add_option("--fail-on", options->failOn, "exit 1 on findings of this severity or above (very-low ... very-high)");
   check->add_option("--budget", options->budgetSeconds, "seconds the check may take");
-  check->callback([options, &exitCode] { exitCode = RunCheckCommand(*options, std::cout, std::cerr); });
+  table.push_back({check, Needs::Module,
+                   [options](ModuleHost* host) { return RunCheckCommand(*host, *options, std::cout, std::cerr); }});
 }
 
 }  // namespace kvxim

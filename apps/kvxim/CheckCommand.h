@@ -6,6 +6,8 @@
 #include <ostream>
 #include <string>
 
+#include "CommandTable.h"
+
 namespace CLI {
 class App;
 }
@@ -32,9 +34,9 @@ struct CheckCommandOptions {
 // The pull direction of "X,Y,Z" (not all zero) as a unit vector; none for "auto"; false when it is malformed.
 bool ParsePull(const std::string& text, std::optional<std::array<double, 3>>& pull);
 
-int RunCheckCommand(const CheckCommandOptions& options, std::ostream& out, std::ostream& err);
+int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::ostream& out, std::ostream& err);
 
-// Registers the "check" subcommand on `app`; when it runs, `exitCode` receives RunCheckCommand's result.
-void AddCheckCommand(CLI::App& app, int& exitCode);
+// Registers the "check" subcommand on `app` and its entry in `table`.
+void AddCheckCommand(CLI::App& app, CommandTable& table);
 
 }  // namespace kvxim

@@ -1,6 +1,8 @@
 #include "RuleView.h"
 
+#include "UnitNames.h"
 #include "kvx/framework/KvxRule.h"
+#include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Text.h"
 
 namespace kvxim {
@@ -28,15 +30,21 @@ ordered_json ValueToJson(const KvxValueView& value) {
       value);
 }
 
+std::string OperatorSymbol(int op) { return Narrow(kvx::params::OperatorToText(op)); }
+
 ordered_json ParameterToJson(const CKvxParamStorage& parameter) {
   ordered_json values = ordered_json::array();
   for (const auto& value : parameter.DescribeValues()) values.push_back(ValueToJson(value));
+  ordered_json optionSymbols = ordered_json::array();
+  for (const long op : parameter.operatorOptions) optionSymbols.push_back(OperatorSymbol(static_cast<int>(op)));
   return {
       {"id", parameter.lId},
       {"name", Narrow(parameter.csName)},
       {"valueType", static_cast<int>(parameter.GetValueType())},
       {"operator", parameter.iOperator},
+      {"operatorSymbol", OperatorSymbol(parameter.iOperator)},
       {"operatorOptions", parameter.operatorOptions},
+      {"operatorOptionSymbols", optionSymbols},
       {"parameterType", parameter.iParameterType},
       {"values", values},
       {"status", parameter.bStatus},
@@ -71,11 +79,16 @@ ordered_json RuleToJson(const CKvxRule* rule) {
       {"id", rule->m_iRuleId},
       {"category", static_cast<int>(rule->m_category)},
       {"severity", rule->m_lRuleSeverity},
+      {"severityName", Narrow(kvx::params::SeverityCodeToName(rule->m_lRuleSeverity))},
       {"status", rule->m_lRuleStatus},
       {"lifeStatus", rule->m_lLifeStatus},
       {"module", Narrow(rule->m_csModuleName)},
       {"summary", Narrow(rule->m_csSummary)},
-      {"units", {{"length", rule->m_unitSystem.iLengthUnit}, {"angle", rule->m_unitSystem.iAngleUnit}}},
+      {"units",
+       {{"length", rule->m_unitSystem.iLengthUnit},
+        {"angle", rule->m_unitSystem.iAngleUnit},
+        {"lengthName", UnitName(LengthUnitNames(), rule->m_unitSystem.iLengthUnit)},
+        {"angleName", UnitName(AngleUnitNames(), rule->m_unitSystem.iAngleUnit)}}},
       {"parameters", ParametersToJson(rule->Parameters())},
       {"constraints", constraints},
   };

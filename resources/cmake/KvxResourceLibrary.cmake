@@ -60,4 +60,8 @@ function(kvx_add_resource_library)
     LIBRARY_OUTPUT_DIRECTORY ${output_dir})
   # A resource library stands alone: every symbol it needs must be resolved when it is linked.
   target_link_options(${target} PRIVATE LINKER:--no-undefined)
+  # Installed by language under the resource root; libraries built for tests stay in the build tree.
+  if(NOT ARG_OUTPUT_DIRECTORY)
+    install(TARGETS ${target} LIBRARY DESTINATION ${KVX_INSTALL_RESOURCE_ROOT}/${ARG_LANGUAGE})
+  endif()
 endfunction()

@@ -41,11 +41,6 @@ constexpr Column kColumns[] = {
 // Material name -> its rows, ordered by the names' characters (case-sensitive).
 using MaterialTolerances = std::map<std::wstring, std::vector<ToleranceRow>>;
 
-RecoMoldTolEditor& InstalledEditor() {
-  static RecoMoldTolEditor editor;
-  return editor;
-}
-
 std::vector<double>* ColumnValues(const CKVXConstraint& constraint, long id) {
   return kvx::params::DoubleValues(constraint.FindParameterInArray(id));
 }
@@ -113,12 +108,6 @@ void FillColumns(const CKVXConstraint& constraint, const std::vector<ToleranceRo
 }
 
 }  // namespace
-
-RecoMoldTolEditor SetRecoMoldTolEditor(RecoMoldTolEditor editor) {
-  RecoMoldTolEditor previous = std::move(InstalledEditor());
-  InstalledEditor() = std::move(editor);
-  return previous;
-}
 
 CKVXRecoMoldTolRule::CKVXRecoMoldTolRule(KvxXMLNode* ruleNode) {
   const auto& module = kvx::params::Module();
@@ -234,10 +223,7 @@ void CKVXRecoMoldTolRule::EditRule() {
   const auto& module = kvx::params::Module();
   if (!module.applicationPresent) return;
   kvx::platform::ResourceScope resources(module.localizedResources);
-  if (const RecoMoldTolEditor& editor = InstalledEditor()) {
-    editor(*this, kvx::params::LengthUnitText(m_unitSystem.iLengthUnit));
-    return;
-  }
+  // The rule's dialog service (the module's dialog library) opens the tolerance table dialog for it.
   ConfigureRule(kvx::platform::LoadResPicture(kRulePicture));
 }
 

@@ -127,11 +127,10 @@ TEST_F(CommonRulesTest, SummariesFollowValuesOperatorsAndEdits) {
       return KVX_IDOK;
     }
   } dialog;
-  IKvxRuleDialogService* previous = SetRuleDialogService(&dialog);
   const RulePtr undercut = Make<CKVXIMUndercutDetectionRule>(12100);
   EXPECT_EQ(undercut->m_csSummary, L"Undercut detection on, undercuts at least 0.1 mm deep are reported");
+  undercut->SetDialogService(&dialog);
   undercut->EditRule();
-  SetRuleDialogService(previous);
   EXPECT_EQ(undercut->m_csSummary, L"Undercut detection off, undercuts at least 0.1 mm deep are reported");
 }
 

@@ -502,7 +502,7 @@ TEST_F(SpreadsheetTest, SheetCommandPrintsJsonOrRowsAndReportsFailures) {
        R"(["100000.000000","-3.000000","1.250000","0.000000","123456.789000"]])" "\n", ""},
       {{layoutXls, {"B", "C"}, {}, false}, 2,
        "Column B: 3 rows\n       1  x\n       2  \n       3  2.5\nColumn C: 0 rows\n",
-       "kvxim sheet: Columns 2 are empty\n"},
+       "kvxim sheet: column C is empty\n"},
       {{Sample("random.xls").string(), {"A"}, {}, true}, 1, "", "random.xls: text 2532"},
       {{layoutXls, {"A"}, {0, 4}, true}, 1, "", "2 kinds given for 1 columns"},
   };
@@ -517,13 +517,14 @@ TEST_F(SpreadsheetTest, SheetCommandPrintsJsonOrRowsAndReportsFailures) {
 
 TEST_F(SpreadsheetTest, SheetSubcommandParsesItsOptions) {
   CLI::App app;
-  int exitCode = -1;
-  AddSheetCommand(app, exitCode);
-  testing::internal::CaptureStdout();
+  kvxim::CommandTable table;
+  AddSheetCommand(app, table);
   EXPECT_THROW(app.parse("sheet", false), CLI::ParseError);  // FILE is required
   app.parse("sheet " + Sample("layout.xlsx").string() + " --columns B,F --json", false);
+  ASSERT_EQ(table.size(), 1u);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(table[0].run(nullptr), 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "[[\"x\",\"\",\"2.5\"],[\"\u00d8 10 \u00b5m\",\" a \",\" \"]]\n");
-  EXPECT_EQ(exitCode, 0);
 }
 
 }  // namespace

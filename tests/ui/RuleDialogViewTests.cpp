@@ -72,8 +72,9 @@ TEST_F(MinRibClearanceDialogTest, EditsValueOperatorAndSeverityOnOk) {
 }
 
 TEST_F(MinRibClearanceDialogTest, EditRuleOpensItWithTheRulesPicture) {
-  kvx::ui::qt::RegisterRuleDialogs();
+  kvx::ui::qt::RuleDialogService dialogs(kvx::params::Module(), L"english");
   CKVXIMMinRibClearanceRule rule;
+  rule.SetDialogService(&dialogs);
   bool drawing = false;
   QTimer::singleShot(0, [&] {
     auto* dialog = qobject_cast<kvx::ui::qt::MinRibClearanceDialog*>(QApplication::activeModalWidget());
@@ -84,9 +85,7 @@ TEST_F(MinRibClearanceDialogTest, EditRuleOpensItWithTheRulesPicture) {
     dialog->accept();
   });
   rule.EditRule();
-  SetMinRibClearanceEditor({});
-  SetRecoMoldTolEditor({});
-  EXPECT_EQ(KvxLastDialogResult(), KVX_IDOK);
+  EXPECT_EQ(rule.LastDialogResult(), KVX_IDOK);
   EXPECT_TRUE(drawing);
   EXPECT_EQ(*kvx::params::DoubleValues(rule.FindParameterInArray(2061)), std::vector<double>{2.5});
   EXPECT_NE(rule.m_csSummary.find(L"2.5"), std::wstring::npos) << "the summary is rebuilt after the dialog";

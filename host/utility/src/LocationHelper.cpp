@@ -7,11 +7,16 @@
 #include "kvx/params/ValueUtils.h"
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Environment.h"
+#include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Locale.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Text.h"
 
 namespace {
+// Where the resource root lies from the folder of the binary that asks: beside it in the build tree, and in
+// the installed layout as seen from the library folder or from the program folder (set by the build).
+constexpr const wchar_t* kResourceRootsFromBinary[] = {L"res", KVX_RESOURCE_ROOT_FROM_LIBDIR,
+                                                       KVX_RESOURCE_ROOT_FROM_BINDIR};
 
 // The folder under `root` whose name is `language` without regard to case; `root` + `language` when
 // there is none, so that a failed load names the folder that was looked for.
@@ -34,7 +39,12 @@ std::wstring CLocationHelper::GetResourceRoot() {
   if (auto root = kvx::platform::GetEnvWide(L"KVX_RESOURCE_ROOT"); root && !root->empty()) return *root;
   // Resolved from this code's own binary, so the module finds the folder installed beside it.
   const std::wstring self = kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&GetResourceRoot));
-  return kvx::platform::JoinPath(kvx::platform::ParentPath(self), L"res");
+  const std::wstring folder = kvx::platform::ParentPath(self);
+  for (const wchar_t* relative : kResourceRootsFromBinary) {
+    const std::wstring root = kvx::platform::JoinPath(folder, relative);
+    if (kvx::platform::DirectoryExists(root)) return root;
+  }
+  return kvx::platform::JoinPath(folder, L"res");
 }
 
 std::wstring CLocationHelper::GetLocalizedResPath() {
@@ -44,9 +54,11 @@ std::wstring CLocationHelper::GetLocalizedResPath() {
 std::wstring CLocationHelper::GetDefaultResPath() { return LanguageFolder(GetResourceRoot(), L"english"); }
 
 std::wstring CLanguageUtil::GetKorvexLang() {
-  if (auto language = kvx::platform::GetEnvWide(L"KVX_LANGUAGE"); language && !language->empty()) {
-    const std::wstring known = KnownLanguage(*language);
-    return known.empty() ? *language : known;
+  std::wstring language = kvx::platform::HostUiLanguage();
+  if (language.empty()) language = kvx::platform::GetEnvWide(L"KVX_LANGUAGE").value_or(L"");
+  if (!language.empty()) {
+    const std::wstring known = KnownLanguage(language);
+    return known.empty() ? language : known;
   }
   return kvx::params::LanguageIdToName(kvx::platform::UserDefaultLangId());
 }

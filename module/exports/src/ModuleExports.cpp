@@ -2,6 +2,7 @@
 // that load no text) and lets no exception out.
 #include "kvx/module/KVXIMRulesExports.h"
 
+#include "DialogLibrary.h"
 #include "RuleCatalogue.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxXML.h"
@@ -11,9 +12,6 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
-#ifdef KVX_WITH_QT
-#include "kvx/ui/qt/RuleDialogs.h"
-#endif
 
 #define KVX_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -27,10 +25,9 @@ constexpr int kModuleSummary = 2040;
 CKVXIMRulesApp theApp;
 kvx::platform::ModuleApplicationLifetime theAppLifetime(theApp);
 
-#ifdef KVX_WITH_QT
-// The rules' own dialogs are installed through their editor hooks as soon as the library is loaded.
-const bool theDialogsRegistered = (kvx::ui::qt::RegisterRuleDialogs(), true);
-#endif
+// Every rule the module hands out opens its dialogs through this service, which loads the dialog library
+// on the first dialog: a host that opens none loads no toolkit.
+kvx::module::DialogLibrary theDialogs(kvx::params::Module(), theApp.m_csLanguage);
 
 const kvx::platform::ResourceLibrary* Localized() { return kvx::params::Module().localizedResources; }
 
@@ -93,7 +90,10 @@ KVX_MODULE_EXPORT void GetRule(KvxXMLNode* ruleNode, CKvxRule** out) {
     const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
     kvx::module::BuildRuleByName(name, moduleDisplayName, ruleNode, out);
     // Also when *out was set on entry: the object handed in reads the node. Kept as hosts rely on it.
-    if (*out) (*out)->PopulateParametersFromXML(ruleNode);
+    if (*out) {
+      (*out)->PopulateParametersFromXML(ruleNode);
+      (*out)->SetDialogService(&theDialogs);
+    }
   });
 }
 
@@ -102,7 +102,11 @@ KVX_MODULE_EXPORT void GetAllRules(RulePointerArray* rules) {
     if (!GetModuleApp() || !rules) return;
     kvx::platform::ResourceScope scope(Localized());
     const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
+    const int first = rules->GetSize();
     kvx::module::BuildAllRules(moduleDisplayName, *rules);
+    for (int i = first; i < rules->GetSize(); ++i) {
+      if (CKvxRule* rule = rules->GetAt(i)) rule->SetDialogService(&theDialogs);
+    }
   });
 }
 

@@ -2,7 +2,6 @@
 // The recommended moulding tolerance rule: a table of tolerance bands per material and nothing to check on
 // the model. The table is the rule's constraint list, one constraint per material in name order, each with
 // four array parameters (Over, Up to, A value, B value); row i of a material is element i of each array.
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -68,9 +67,3 @@ class CKVXRecoMoldTolRule : public CKVXIMRuleBase {
  private:
   void ReadConstraintsFromXML(KvxXMLNode* node);
 };
-
-// The tolerance dialog: edits `rule` modally, showing values in the unit `unitText`; KVX_IDOK when accepted.
-using RecoMoldTolEditor = std::function<int(CKVXRecoMoldTolRule& rule, const std::wstring& unitText)>;
-// Installs the dialog that EditRule opens (empty: none, EditRule falls back to ConfigureRule); returns the
-// one installed before.
-RecoMoldTolEditor SetRecoMoldTolEditor(RecoMoldTolEditor editor);

@@ -31,7 +31,6 @@ std::wstring FromQString(const QString& text) { return text.toStdWString(); }
 bool KvxUserInterfaceAvailable() {
   if (HasWidgetApplication()) return true;
   KvxMessageBox(kNoUserInterfaceText, L"Korvex", KvxMessageIcon::Exclamation);
-  KvxSetLastDialogResult(KVX_IDCANCEL);
   return false;
 }
 
@@ -52,16 +51,9 @@ int QtRuleDialogService::ConfigureRule(CKvxRule& rule, const kvx::platform::Pict
   if (!KvxUserInterfaceAvailable()) return KVX_IDCANCEL;
   kvx::framework::gui::CKVXRuleDlgBase presenter(rule, picture);
   RuleDialog dialog(presenter, QApplication::activeWindow());
-  const int result = dialog.exec() == QDialog::Accepted ? KVX_IDOK : KVX_IDCANCEL;
-  KvxSetLastDialogResult(result);
-  return result;
+  return dialog.exec() == QDialog::Accepted ? KVX_IDOK : KVX_IDCANCEL;
 }
 
-QtUiServicesScope::QtUiServicesScope()
-    : previousMessageBoxes_(SetMessageBoxService(&messageBoxes_)),
-      previousRuleDialogs_(SetRuleDialogService(&ruleDialogs_)) {}
+QtMessageBoxScope::QtMessageBoxScope() : previous_(SetMessageBoxService(&messageBoxes_)) {}
 
-QtUiServicesScope::~QtUiServicesScope() {
-  SetRuleDialogService(previousRuleDialogs_);
-  SetMessageBoxService(previousMessageBoxes_);
-}
+QtMessageBoxScope::~QtMessageBoxScope() { SetMessageBoxService(previous_); }

@@ -1,5 +1,5 @@
 #pragma once
-// Symbol visibility for the framework's Qt library KorvexFrameWorkGui.
+// Symbol visibility of the framework's Qt dialog code (built into the dialog library).
 #if defined(_WIN32)
 #  ifdef KVX_FRAMEWORK_GUI_BUILD
 #    define KVX_FRAMEWORK_GUI_API __declspec(dllexport)

@@ -11,7 +11,7 @@
 inline constexpr wchar_t kNoUserInterfaceText[] = L"no user interface is available";
 
 // True when widgets can be shown (a QApplication exists). Otherwise shows kNoUserInterfaceText through
-// KvxMessageBox, records KVX_IDCANCEL as the last dialog result and returns false; never crashes.
+// KvxMessageBox and returns false; never crashes.
 KVX_FRAMEWORK_GUI_API bool KvxUserInterfaceAvailable();
 
 KVX_FRAMEWORK_GUI_API QString ToQString(const std::wstring& text);
@@ -29,17 +29,15 @@ class KVX_FRAMEWORK_GUI_API QtRuleDialogService final : public IKvxRuleDialogSer
   int ConfigureRule(CKvxRule& rule, const kvx::platform::Picture& picture) override;
 };
 
-// Installs both services for its lifetime and restores the ones installed before.
-class KVX_FRAMEWORK_GUI_API QtUiServicesScope {
+// Makes message boxes Qt's for its lifetime and restores the service installed before.
+class KVX_FRAMEWORK_GUI_API QtMessageBoxScope {
  public:
-  QtUiServicesScope();
-  ~QtUiServicesScope();
-  QtUiServicesScope(const QtUiServicesScope&) = delete;
-  QtUiServicesScope& operator=(const QtUiServicesScope&) = delete;
+  QtMessageBoxScope();
+  ~QtMessageBoxScope();
+  QtMessageBoxScope(const QtMessageBoxScope&) = delete;
+  QtMessageBoxScope& operator=(const QtMessageBoxScope&) = delete;
 
  private:
   QtMessageBoxService messageBoxes_;
-  QtRuleDialogService ruleDialogs_;
-  IKvxMessageBoxService* previousMessageBoxes_;
-  IKvxRuleDialogService* previousRuleDialogs_;
+  IKvxMessageBoxService* previous_;
 };
