@@ -6,9 +6,8 @@
 
 #include "RuleView.h"
 #include "kvx/framework/KvxRule.h"
+#include "kvx/framework/KvxUnits.h"
 #include "kvx/framework/RulePointerArray.h"
-#include "kvx/params/ModuleContext.h"
-#include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
@@ -85,25 +84,27 @@ std::unique_ptr<kvx::platform::ResourceLibrary> LoadHostResources() {
   return library;
 }
 
-struct UnitName {
-  const char* name;
-  int code;
-};
-constexpr UnitName kLengthUnits[] = {{"mm", 0}, {"cm", 1}, {"m", 2},   {"in", 3},  {"ft", 4},   {"ft-in", 5},
-                                     {"angstrom", 6}, {"nm", 7}, {"um", 8}, {"mil", 9}, {"uin", 10}};
-constexpr UnitName kAngleUnits[] = {{"deg", 0}, {"rad", 1}, {"deg-min", 2}, {"deg-min-sec", 3}};
-
-template <size_t N>
-int ParseUnit(const std::string& text, const UnitName (&table)[N]) {
-  for (const auto& unit : table) {
+// A unit's code, or the code of the unit called `text`; -1 when there is none.
+int ParseUnit(const std::string& text, int kind) {
+  for (const KvxUnit& unit : KvxUnitsOf(kind)) {
     if (text == unit.name || text == std::to_string(unit.code)) return unit.code;
   }
   return -1;
 }
+
+// Every unit of `kind` with its code, name and text from `library` (empty without one).
+ordered_json UnitsToJson(int kind, const kvx::platform::ResourceLibrary* library) {
+  ordered_json units = ordered_json::array();
+  for (const KvxUnit& unit : KvxUnitsOf(kind)) {
+    const std::wstring text = library && unit.textId != 0 ? library->String(unit.textId).value_or(L"") : L"";
+    units.push_back({{"code", unit.code}, {"name", unit.name}, {"text", Narrow(text)}});
+  }
+  return units;
+}
 }  // namespace
 
-int ParseLengthUnit(const std::string& text) { return ParseUnit(text, kLengthUnits); }
-int ParseAngleUnit(const std::string& text) { return ParseUnit(text, kAngleUnits); }
+int ParseLengthUnit(const std::string& text) { return ParseUnit(text, KVX_QUANTITY_LENGTH); }
+int ParseAngleUnit(const std::string& text) { return ParseUnit(text, KVX_QUANTITY_ANGLE); }
 
 int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream&) {
   OwnedRules rules(host);
@@ -208,16 +209,8 @@ int RunResource(const CommandOptions& options, std::ostream& out, std::ostream& 
 
 int RunUnits(const CommandOptions& options, std::ostream& out, std::ostream&) {
   const auto library = LoadHostResources();
-  kvx::params::Module().localizedResources = library.get();
-  ordered_json lengths = ordered_json::array();
-  for (const auto& unit : kLengthUnits) {
-    lengths.push_back({{"code", unit.code}, {"name", unit.name}, {"text", Narrow(kvx::params::LengthUnitText(unit.code))}});
-  }
-  ordered_json angles = ordered_json::array();
-  for (const auto& unit : kAngleUnits) {
-    angles.push_back({{"code", unit.code}, {"name", unit.name}, {"text", Narrow(kvx::params::AngleUnitText(unit.code))}});
-  }
-  kvx::params::Module().localizedResources = nullptr;
+  const ordered_json lengths = UnitsToJson(KVX_QUANTITY_LENGTH, library.get());
+  const ordered_json angles = UnitsToJson(KVX_QUANTITY_ANGLE, library.get());
   if (options.json) {
     out << ordered_json{{"length", lengths}, {"angle", angles}}.dump(2) << "\n";
     return 0;

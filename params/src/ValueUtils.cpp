@@ -4,6 +4,8 @@
 #include <cmath>
 #include <sstream>
 
+#include "kvx/framework/KvxOperators.h"
+#include "kvx/framework/KvxUnits.h"
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/FileSystem.h"
@@ -12,6 +14,7 @@
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Settings.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::params {
 
@@ -33,14 +36,13 @@ void RestoreZeroAfterSeparator(std::wstring& text) {
   if (!text.empty() && EndsWith(text, DecimalSeparator())) text += L"0";
 }
 
-std::wstring LocalizedStringOfCode(int code, std::initializer_list<std::pair<int, int>> table) {
-  for (const auto& [key, id] : table) {
-    if (key == code) return LoadLocalizedString(id);
-  }
-  return {};
+// The shown text of unit `code` of quantity `kind`; empty for a unit without one.
+std::wstring UnitText(int kind, int code) {
+  const KvxUnit* unit = FindKvxUnit(kind, code);
+  return unit && unit->textId != 0 ? LoadLocalizedString(unit->textId) : std::wstring();
 }
 
-constexpr int kFirstSeverityName = 2014;
+constexpr int kFirstSeverityName = kvx::res::kSeverityVeryLow;
 constexpr int kSeverityNameCount = 5;
 
 struct LanguageEntry {
@@ -57,24 +59,11 @@ constexpr LanguageEntry kLanguages[] = {
 
 // --- Operators -------------------------------------------------------------------------------
 
-std::wstring OperatorToText(int op) {
-  switch (op) {
-    case 1: return L"RANGE";
-    case 3: return L"=";
-    case 5: return L"<";
-    case 6: return L">";
-    case 7: return L">=";
-    case 8: return L"<=";
-    default: return {};
-  }
-}
+std::wstring OperatorToText(int op) { return std::wstring(KvxOperatorWordOf(op)); }
 
 int TextToOperator(const std::wstring& text) {
-  // Tried in this order; "<=" before "<" matters only for readers of the table, the match is exact.
-  static const std::pair<const wchar_t*, int> kWords[] = {{L"<=", 8}, {L"<", 5}, {L"=", 3},
-                                                          {L">", 6},  {L">=", 7}, {L"RANGE", 1}};
-  for (const auto& [word, op] : kWords) {
-    if (kvx::platform::EqualsNoCase(text, word)) return op;
+  for (const KvxOperatorWord& entry : kKvxOperatorWords) {
+    if (kvx::platform::EqualsNoCase(text, std::wstring(entry.word))) return entry.op;
   }
   return 0;
 }
@@ -159,14 +148,9 @@ std::string WideToNarrow(const std::wstring& text) { return kvx::platform::Narro
 
 // --- Units and severities ----------------------------------------------------------------------
 
-std::wstring LengthUnitText(int unitCode) {
-  return LocalizedStringOfCode(unitCode, {{0, 2000}, {1, 2006}, {2, 2007}, {3, 2010}, {4, 2011},
-                                          {6, 2003}, {7, 2004}, {8, 2005}, {9, 2009}, {10, 2008}});
-}
+std::wstring LengthUnitText(int unitCode) { return UnitText(KVX_QUANTITY_LENGTH, unitCode); }
 
-std::wstring AngleUnitText(int unitCode) {
-  return LocalizedStringOfCode(unitCode, {{0, 2012}, {1, 2001}, {2, 2002}, {3, 2013}});
-}
+std::wstring AngleUnitText(int unitCode) { return UnitText(KVX_QUANTITY_ANGLE, unitCode); }
 
 int SeverityNameToIndex(const std::wstring& text) {
   for (int i = 0; i < kSeverityNameCount; ++i) {
