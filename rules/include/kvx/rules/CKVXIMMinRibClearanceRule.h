@@ -7,6 +7,8 @@
 
 class CKVXIMMinRibClearanceRule : public CKVXIMRuleFrame {
  public:
+  static constexpr long kRuleId = 12020;
+
   // Never fails; without the application object the rule keeps the base defaults and has no parameters.
   CKVXIMMinRibClearanceRule();
 
