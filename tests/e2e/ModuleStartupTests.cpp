@@ -71,7 +71,7 @@ TEST_F(Startup, MaterialWorkflowReaderNeedsExactlyOne) {
     ScopedEnv workflow("ENABLE_MATERIAL_WORKFLOW", value);
     app.ReadMaterialWorkflowSwitch();
     EXPECT_EQ(app.m_bMaterialWorkflow, expected) << '"' << value << '"';
-    EXPECT_EQ(kvx::params::Module().materialWorkflow, expected);
+    EXPECT_EQ(app.Context().materialWorkflow, expected);
   }
   ScopedEnv unset("ENABLE_MATERIAL_WORKFLOW", nullptr);
   app.ReadMaterialWorkflowSwitch();
