@@ -2,7 +2,7 @@
 // that load no text) and lets no exception out.
 #include "kvx/module/KVXIMRulesExports.h"
 
-#include "RuleCatalogue.h"
+#include "kvx/module/RuleCatalogue.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/framework/RulePointerArray.h"
