@@ -10,14 +10,14 @@
 #include "EditCommand.h"
 #include "MaterialsCommand.h"
 #include "SheetCommand.h"
-#include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Text.h"
+#include "kvx/utility/LocationHelper.h"
 
 namespace {
 // The product language names kvxim accepts for --lang.
 bool IsKnownLanguage(const std::string& name) {
   const std::wstring wide = kvx::platform::Widen(name);
-  return kvx::platform::EqualsNoCase(kvx::params::LanguageIdToName(kvx::params::LanguageNameToId(wide)), wide);
+  return kvx::platform::EqualsNoCase(CLanguageUtil::LanguageIdToName(CLanguageUtil::LanguageNameToId(wide)), wide);
 }
 }  // namespace
 

@@ -45,16 +45,6 @@ std::wstring UnitText(int kind, int code) {
 constexpr int kFirstSeverityName = kvx::res::kSeverityVeryLow;
 constexpr int kSeverityNameCount = 5;
 
-struct LanguageEntry {
-  const wchar_t* name;
-  unsigned id;
-};
-constexpr LanguageEntry kLanguages[] = {
-    {L"chinese-simplified", 2052}, {L"chinese", 1028}, {L"czech", 1029},  {L"english", 1033},
-    {L"french", 1036},             {L"german", 1031},  {L"italian", 1040}, {L"japanese", 1041},
-    {L"korean", 1042},             {L"polish", 1045},  {L"russian", 1049}, {L"spanish", 1034},
-    {L"portuguese-brazilian", 1046},
-};
 }  // namespace
 
 // --- Operators -------------------------------------------------------------------------------
@@ -170,22 +160,6 @@ std::vector<std::wstring> SeverityNames() {
 std::wstring SeverityCodeToName(int code) {
   if (code < 0 || code >= kSeverityNameCount) return {};
   return LoadLocalizedString(kFirstSeverityName + code);
-}
-
-// --- Languages ---------------------------------------------------------------------------------
-
-unsigned LanguageNameToId(const std::wstring& name) {
-  for (const auto& entry : kLanguages) {
-    if (kvx::platform::EqualsNoCase(name, entry.name)) return entry.id;
-  }
-  return 1033;
-}
-
-std::wstring LanguageIdToName(unsigned id) {
-  for (const auto& entry : kLanguages) {
-    if (entry.id == id) return entry.name;
-  }
-  return L"english";
 }
 
 // --- Environment and system probes -------------------------------------------------------------

@@ -1,7 +1,6 @@
 #include "kvx/module/KVXIMRulesApp.h"
 
 #include "kvx/params/ModuleContext.h"
-#include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Locale.h"
 #include "kvx/platform/Paths.h"
@@ -98,9 +97,9 @@ std::wstring CKVXIMRulesApp::LanguageFromSettings() {
   std::int64_t option = ReadUserNumber(kAddinKey, L"OptionsLanguage");
   if (option == -1) option = 1;  // absent means: follow the host
   if (option == 0) return L"english";
-  if (option != 1) return kvx::params::LanguageIdToName(static_cast<unsigned>(option));
+  if (option != 1) return CLanguageUtil::LanguageIdToName(static_cast<unsigned>(option));
   if (HostUsesEnglish(strSolidWorksVersion1) || HostUsesEnglish(strSolidWorksVersion2)) return L"english";
-  return kvx::params::LanguageIdToName(kvx::platform::UserDefaultLangId());
+  return CLanguageUtil::LanguageIdToName(kvx::platform::UserDefaultLangId());
 }
 
 std::wstring CKVXIMRulesApp::LocaleNameForLanguage() const {

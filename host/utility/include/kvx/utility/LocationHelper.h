@@ -19,4 +19,8 @@ class CLanguageUtil {
   // The product language name ("english", "german", ...): KVX_LANGUAGE when set and not empty, else the
   // name of the user's default language identifier ("english" for one the product does not know).
   static std::wstring GetKorvexLang();
+  // Windows language identifier of a product language name, ignoring case; 1033 for an unknown name.
+  static unsigned LanguageNameToId(const std::wstring& name);
+  // Product language name of a Windows language identifier; "english" for an unknown identifier.
+  static std::wstring LanguageIdToName(unsigned id);
 };
