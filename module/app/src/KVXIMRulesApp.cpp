@@ -67,19 +67,19 @@ bool CKVXIMRulesApp::InitInstance() {
   if (m_hLocalizedResource) kvx::platform::SetCurrentResourceLibrary(m_hLocalizedResource.get());
 
   g_app = this;
-  m_context.applicationPresent = true;
-  m_context.localizedResources = m_hLocalizedResource.get();
-  m_context.defaultResources = m_hDefaultResource.get();
-  m_context.materialWorkflow = m_bMaterialWorkflow;
-  m_contextScope.emplace(m_context);
+  context_.applicationPresent = true;
+  context_.localizedResources = m_hLocalizedResource.get();
+  context_.defaultResources = m_hDefaultResource.get();
+  context_.materialWorkflow = m_bMaterialWorkflow;
+  contextScope_.emplace(context_);
 
   g_commonRules = kvx::platform::DynamicLibrary::Load(kvx::platform::LibraryFileName(kCommonRulesLibraryName)).release();
   return true;
 }
 
 int CKVXIMRulesApp::ExitInstance() {
-  m_contextScope.reset();
-  m_context = kvx::params::ModuleContext{};
+  contextScope_.reset();
+  context_ = kvx::params::ModuleContext{};
   g_app = nullptr;
   m_hLocalizedResource.reset();
   m_hDefaultResource.reset();
@@ -117,7 +117,7 @@ void CKVXIMRulesApp::ReadMaterialWorkflowSwitch() {
   // Read into a buffer of 260 characters: a value that does not fit counts as absent.
   const auto value = kvx::platform::GetEnvNarrow("ENABLE_MATERIAL_WORKFLOW");
   m_bMaterialWorkflow = value && !value->empty() && value->size() <= 259 && *value == "1";
-  m_context.materialWorkflow = m_bMaterialWorkflow;
+  context_.materialWorkflow = m_bMaterialWorkflow;
 }
 
 bool CKVXIMRulesApp::BetaRulesEnabled() { return kvx::platform::EnvEquals("ZVX_BETA_RULES", "1"); }

@@ -33,7 +33,7 @@ class CKVXIMRulesApp : public kvx::platform::ModuleApplication {
   // True exactly when ZVX_BETA_RULES is "1"; read afresh at every call.
   static bool BetaRulesEnabled();
   // The module's context, installed from start-up until shut-down; the exports change its document.
-  kvx::params::ModuleContext& Context() { return m_context; }
+  kvx::params::ModuleContext& Context() { return context_; }
 
   // --- fields, in order ---
   const kvx::platform::ResourceLibrary* m_hSavedResource = nullptr;
@@ -48,8 +48,8 @@ class CKVXIMRulesApp : public kvx::platform::ModuleApplication {
   std::wstring m_csLanguage;
 
  private:
-  kvx::params::ModuleContext m_context;
-  std::optional<kvx::params::ModuleContextScope> m_contextScope;
+  kvx::params::ModuleContext context_;
+  std::optional<kvx::params::ModuleContextScope> contextScope_;
 };
 
 // The application object once start-up has finished; null before.
