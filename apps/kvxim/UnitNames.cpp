@@ -1,26 +1,45 @@
 #include "UnitNames.h"
 
-#include "kvx/framework/KvxTypes.h"
+#include <span>
+
+#include "kvx/framework/KvxUnits.h"
 
 namespace kvxim {
+namespace {
+
+// Spellings kvxim also takes, beside each unit's own short name.
+struct UnitAlias {
+  const char* name;
+  int code;
+};
+constexpr UnitAlias kLengthAliases[] = {
+    {"millimetre", KVX_UNIT_MM}, {"millimeter", KVX_UNIT_MM}, {"inch", KVX_UNIT_INCH},
+    {"foot", KVX_UNIT_FOOT},     {"feet", KVX_UNIT_FOOT},     {"micron", KVX_UNIT_MICROMETRE},
+    {"microinch", KVX_UNIT_MICROINCH},
+};
+constexpr UnitAlias kAngleAliases[] = {{"degree", KVX_ANGLE_DEGREE}, {"radian", KVX_ANGLE_RADIAN}};
+
+// The units' own names, each followed by its aliases.
+UnitNameTable NamesOf(std::span<const KvxUnit> units, std::span<const UnitAlias> aliases) {
+  UnitNameTable names;
+  for (const KvxUnit& unit : units) {
+    names.emplace_back(unit.name, unit.code);
+    for (const UnitAlias& alias : aliases) {
+      if (alias.code == unit.code) names.emplace_back(alias.name, alias.code);
+    }
+  }
+  return names;
+}
+
+}  // namespace
 
 const UnitNameTable& LengthUnitNames() {
-  static const UnitNameTable names = {
-      {"mm", KVX_UNIT_MM},         {"millimetre", KVX_UNIT_MM},  {"millimeter", KVX_UNIT_MM},
-      {"cm", KVX_UNIT_CM},         {"m", KVX_UNIT_M},            {"in", KVX_UNIT_INCH},
-      {"inch", KVX_UNIT_INCH},     {"ft", KVX_UNIT_FOOT},        {"foot", KVX_UNIT_FOOT},
-      {"feet", KVX_UNIT_FOOT},     {"ft-in", KVX_UNIT_FOOT_INCH}, {"angstrom", KVX_UNIT_ANGSTROM},
-      {"nm", KVX_UNIT_NM},         {"um", KVX_UNIT_MICROMETRE},  {"micron", KVX_UNIT_MICROMETRE},
-      {"mil", KVX_UNIT_MIL},       {"uin", KVX_UNIT_MICROINCH},  {"microinch", KVX_UNIT_MICROINCH},
-  };
+  static const UnitNameTable names = NamesOf(kKvxLengthUnits, kLengthAliases);
   return names;
 }
 
 const UnitNameTable& AngleUnitNames() {
-  static const UnitNameTable names = {
-      {"deg", KVX_ANGLE_DEGREE},        {"degree", KVX_ANGLE_DEGREE},   {"rad", KVX_ANGLE_RADIAN},
-      {"radian", KVX_ANGLE_RADIAN},     {"deg-min", KVX_ANGLE_DEG_MIN}, {"deg-min-sec", KVX_ANGLE_DEG_MIN_SEC},
-  };
+  static const UnitNameTable names = NamesOf(kKvxAngleUnits, kAngleAliases);
   return names;
 }
 

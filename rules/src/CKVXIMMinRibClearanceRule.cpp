@@ -10,7 +10,7 @@ const RuleDefinition& MinRibClearanceRule() {
   static const RuleDefinition definition{
       .nameId = kMinRibClearanceRuleName,
       .keyNameId = kMinRibClearanceRuleName,
-      .ruleId = 12020,
+      .ruleId = CKVXIMMinRibClearanceRule::kRuleId,
       .severity = 2,
       .placeholderFormat = kMinRibClearanceSummary,
       .placeholderArguments = 2,

@@ -15,13 +15,14 @@
 #include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/PictureIds.h"
 #include "kvx/res/StringIds.h"
 #include "kvx/rules/RecoMoldTolDatabase.h"
 
 namespace {
 
 constexpr int kSeverity = 3;
-constexpr int kRulePicture = 2526;
+constexpr int kRulePicture = kvx::res::kMouldingToleranceDialogPicture;
 constexpr KvxParamType_e kColumnParamType = 1;
 constexpr double kMissingValue = -1.0;
 
@@ -116,7 +117,7 @@ CKVXRecoMoldTolRule::CKVXRecoMoldTolRule(KvxXMLNode* ruleNode) {
     m_csDisplayName = kvx::params::LoadLocalizedString(kvx::res::kMouldingToleranceRuleName);
     m_csRuleName = kvx::params::LoadDefaultString(kvx::res::kMouldingToleranceRuleName);
     m_csSummary = kvx::params::FormatText(kvx::params::LoadLocalizedString(kvx::res::kMouldingToleranceSummary));
-    m_csModuleName = L"KvxIMRulesValidator";
+    m_csModuleName = kvx::rules::kModuleKey;
     m_textList.push_back(kvx::params::LoadLocalizedString(kvx::res::kRuleModuleName));
     m_iRuleId = kRuleId;
     m_lRuleSeverity = kSeverity;

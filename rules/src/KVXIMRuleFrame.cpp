@@ -20,7 +20,6 @@ using kvx::rules::ParameterDefinition;
 using kvx::rules::UnitKind;
 
 namespace {
-constexpr const wchar_t* kModuleKey = L"KvxIMRulesValidator";
 // The framework's constraint kind for a material entry.
 constexpr int kMaterialConstraintKind = 1;
 
@@ -57,7 +56,7 @@ CKVXIMRuleFrame::CKVXIMRuleFrame(const kvx::rules::RuleDefinition& definition) :
     m_csDisplayName = LoadResString(definition.nameId);
     m_csRuleName = kvx::params::LoadDefaultString(definition.keyNameId);
     m_csSummary = PlaceholderSummary(definition);
-    m_csModuleName = kModuleKey;
+    m_csModuleName = kvx::rules::kModuleKey;
     m_iRuleId = definition.ruleId;
     m_textList.push_back(LoadResString(kvx::res::kRuleModuleName));
     m_lRuleSeverity = definition.severity;

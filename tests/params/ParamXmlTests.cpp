@@ -149,7 +149,7 @@ TEST_F(ParamXmlTest, MultiAttributeValuesBecomeAttributeSets) {
 }
 
 TEST_F(ParamXmlTest, NoDocumentNoElement) {
-  kvx::params::Module().xmlDocument = nullptr;
+  context_.xmlDocument = nullptr;
   auto limit = Make<KVX_TYPE_DOUBLE>(41);
   limit->Values() = {1.0};
   EXPECT_EQ(limit->GetParameterXML(), nullptr);

@@ -129,7 +129,8 @@ TEST(ResourceTables, KeyTextsAreExact) {
     SCOPED_TRACE(language);
     const StringTable table = Table(language);
     // The summaries look up the default constraint by this name in every language.
-    EXPECT_EQ(table.Find(kvx::res::kDefaultConstraintName)->text, "Default");
+    EXPECT_EQ(table.Find(kvx::res::kDefaultConstraintName)->text,
+              kvx::platform::Narrow(kvx::res::kDefaultConstraintText));
     // Inserted straight after "less than"/"greater than" with no space of its own.
     EXPECT_TRUE(table.Find(kvx::res::kOrEqualTo)->text.starts_with(' '));
     // A severity name is turned back into its code, so the five names must differ.

@@ -150,7 +150,7 @@ TEST_F(RecoMoldTolTest, NoUsableDatabaseOrApplicationLeavesAnEmptyTableSilently)
   EXPECT_THAT(MaterialNames(*RuleFromTable(L"")), IsEmpty());
   EXPECT_THAT(messages_.messages, IsEmpty());
 
-  kvx::params::Module().applicationPresent = false;
+  context_.applicationPresent = false;
   auto rule = RuleFromTable(L"ABS,0,10,0.2,0.003");
   EXPECT_THAT(MaterialNames(*rule), IsEmpty());
   EXPECT_EQ(rule->m_iRuleId, 0);

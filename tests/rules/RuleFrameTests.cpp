@@ -55,7 +55,7 @@ TEST_F(RuleFrameTest, EveryRuleTakesItsIdentityAndDefaultConstraintFromItsDescri
 }
 
 TEST_F(RuleFrameTest, WithoutTheApplicationObjectOrTheWorkflowLessIsBuilt) {
-  kvx::params::Module().applicationPresent = false;
+  context_.applicationPresent = false;
   for (RuleFactory make : kAllRules) {
     const RulePtr rule = make();
     EXPECT_TRUE(rule->Parameters().empty() && rule->m_textList.empty() && rule->m_csRuleName.empty());
@@ -64,7 +64,7 @@ TEST_F(RuleFrameTest, WithoutTheApplicationObjectOrTheWorkflowLessIsBuilt) {
     rule->EditRule();
   }
   EXPECT_TRUE(messages_.messages.empty()) << "EditRule opened something without the application object";
-  kvx::params::Module().applicationPresent = true;
+  context_.applicationPresent = true;
   SetMaterialWorkflow(false);
   for (RuleFactory make : kAllRules) EXPECT_TRUE(make()->Constraints().empty() && !make()->GetMaterialStatus());
 }

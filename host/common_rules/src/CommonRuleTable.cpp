@@ -20,7 +20,7 @@ constexpr std::array<KvxOperator_e, 2> kExactly = {kEqual, kNone};
 
 // Parameter ids: 3000 + 10 x the row's position + the parameter's position. They are this library's
 // own; the rule module's parameters use the 2000s.
-std::vector<RuleRow> BuildRows() {
+std::vector<RuleRow> BuildRows() {  // NOLINT(readability-function-size): a table, not steps
   using K = KvxCommonRuleKind;
   using Q = Quantity;
   namespace res = kvx::res;

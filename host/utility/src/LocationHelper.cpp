@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "kvx/params/ValueUtils.h"
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/FileSystem.h"
@@ -13,6 +12,17 @@
 #include "kvx/platform/Text.h"
 
 namespace {
+struct LanguageEntry {
+  const wchar_t* name;
+  unsigned id;
+};
+constexpr LanguageEntry kLanguages[] = {
+    {L"chinese-simplified", 2052}, {L"chinese", 1028}, {L"czech", 1029},  {L"english", 1033},
+    {L"french", 1036},             {L"german", 1031},  {L"italian", 1040}, {L"japanese", 1041},
+    {L"korean", 1042},             {L"polish", 1045},  {L"russian", 1049}, {L"spanish", 1034},
+    {L"portuguese-brazilian", 1046},
+};
+
 // Where the resource root lies from the folder of the binary that asks: beside it in the build tree, and in
 // the installed layout as seen from the library folder or from the program folder (set by the build).
 constexpr const wchar_t* kResourceRootsFromBinary[] = {L"res", KVX_RESOURCE_ROOT_FROM_LIBDIR,
@@ -60,12 +70,32 @@ std::wstring CLanguageUtil::GetKorvexLang() {
     const std::wstring known = KnownLanguage(language);
     return known.empty() ? language : known;
   }
-  return kvx::params::LanguageIdToName(kvx::platform::UserDefaultLangId());
+  return LanguageIdToName(kvx::platform::UserDefaultLangId());
+}
+
+unsigned CLanguageUtil::LanguageNameToId(const std::wstring& name) {
+  for (const auto& entry : kLanguages) {
+    if (kvx::platform::EqualsNoCase(name, entry.name)) return entry.id;
+  }
+  return 1033;
+}
+
+std::wstring CLanguageUtil::LanguageIdToName(unsigned id) {
+  for (const auto& entry : kLanguages) {
+    if (entry.id == id) return entry.name;
+  }
+  return L"english";
+}
+
+std::vector<std::wstring> CLanguageUtil::LanguageNames() {
+  std::vector<std::wstring> names;
+  for (const auto& entry : kLanguages) names.emplace_back(entry.name);
+  return names;
 }
 
 std::wstring CLanguageUtil::KnownLanguage(const std::wstring& name) {
   // The name table maps an unknown name to English, so a name is known when it comes back from it.
-  const std::wstring known = kvx::params::LanguageIdToName(kvx::params::LanguageNameToId(name));
+  const std::wstring known = LanguageIdToName(LanguageNameToId(name));
   return kvx::platform::EqualsNoCase(known, name) ? known : std::wstring();
 }
 
@@ -73,7 +103,7 @@ std::vector<std::wstring> CLanguageUtil::InstalledLanguages() {
   const std::wstring root = CLocationHelper::GetResourceRoot();
   const std::wstring library = kvx::platform::LibraryFileName(L"KVXIMRulesResu");
   std::vector<std::wstring> installed;
-  for (const std::wstring& language : kvx::params::LanguageNames()) {
+  for (const std::wstring& language : LanguageNames()) {
     std::error_code error;
     if (std::filesystem::is_regular_file(kvx::platform::JoinPath(LanguageFolder(root, language), library), error)) {
       installed.push_back(language);

@@ -3,7 +3,7 @@
 #include "kvx/module/KVXIMRulesExports.h"
 
 #include "DialogLibrary.h"
-#include "RuleCatalogue.h"
+#include "kvx/module/RuleCatalogue.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/framework/RulePointerArray.h"
@@ -12,15 +12,12 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
+#include "kvx/rules/KVXIMRuleBase.h"
 
 #define KVX_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
-constexpr const wchar_t* kModuleKey = L"KvxIMRulesValidator";
-constexpr int kModuleDisplayName = 2042;
-constexpr int kModuleName = 2039;
-constexpr int kModuleSummary = 2040;
-
 // The application object lives as long as the library is loaded.
 CKVXIMRulesApp theApp;
 kvx::platform::ModuleApplicationLifetime theAppLifetime(theApp);
@@ -49,7 +46,7 @@ void Guarded(Body&& body) noexcept {
 
 KVX_MODULE_EXPORT void SetXMLDoc(KvxXMLDocument* doc) {
   Guarded([&] {
-    kvx::params::Module().xmlDocument = doc;
+    if (CKVXIMRulesApp* app = GetModuleApp()) app->Context().xmlDocument = doc;
     kvx::platform::DynamicLibrary* common = GetCommonRulesLibrary();
     if (!common) return;
     if (auto forward = common->Function<SetXMLDocFn>("SetXMLDoc")) forward(doc);
@@ -68,26 +65,26 @@ KVX_MODULE_EXPORT void SetDBModuleList(const KvxStringList* modules) {
 KVX_MODULE_EXPORT void GetModuleName(std::wstring* out) {
   Guarded([&] {
     kvx::platform::ResourceScope scope(Localized());
-    if (out) *out = kvx::platform::LoadResString(kModuleName);
+    if (out) *out = kvx::platform::LoadResString(kvx::res::kModuleName);
   });
 }
 
 KVX_MODULE_EXPORT void GetModuleSummary(std::wstring* out) {
   Guarded([&] {
     kvx::platform::ResourceScope scope(Localized());
-    if (out) *out = kvx::platform::LoadResString(kModuleSummary);
+    if (out) *out = kvx::platform::LoadResString(kvx::res::kModuleSummary);
   });
 }
 
 KVX_MODULE_EXPORT void GetRule(KvxXMLNode* ruleNode, CKvxRule** out) {
   Guarded([&] {
     if (!ruleNode || !out) return;
-    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kModuleKey)) return;
+    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kvx::rules::kModuleKey)) return;
     kvx::platform::ResourceScope scope(Localized());
     std::wstring name;
     ruleNode->GetAttributeValue(L"Name", name);
-    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kModuleKey)) return;
-    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
+    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kvx::rules::kModuleKey)) return;
+    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kvx::res::kRuleModuleName);
     kvx::module::BuildRuleByName(name, moduleDisplayName, ruleNode, out);
     // Also when *out was set on entry: the object handed in reads the node. Kept as hosts rely on it.
     if (*out) {
@@ -101,7 +98,7 @@ KVX_MODULE_EXPORT void GetAllRules(RulePointerArray* rules) {
   Guarded([&] {
     if (!GetModuleApp() || !rules) return;
     kvx::platform::ResourceScope scope(Localized());
-    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
+    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kvx::res::kRuleModuleName);
     const int first = rules->GetSize();
     kvx::module::BuildAllRules(moduleDisplayName, *rules);
     for (int i = first; i < rules->GetSize(); ++i) {

@@ -10,11 +10,11 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::module {
 
 namespace {
-constexpr int kIllegalParameterType = 2044;
 
 bool IsKnownValueType(const CKvxParamStorage& parameter) {
   const int type = parameter.GetValueType();
@@ -23,7 +23,9 @@ bool IsKnownValueType(const CKvxParamStorage& parameter) {
 
 // Loaded from the localized library itself: the reader and the single-parameter writer run without the
 // writer's resource switch, and the current library may then be none at all (an empty message box).
-void ReportIllegalParameterType() { KvxMessageBox(kvx::params::LoadLocalizedString(kIllegalParameterType)); }
+void ReportIllegalParameterType() {
+  KvxMessageBox(kvx::params::LoadLocalizedString(kvx::res::kIllegalParameterDataType));
+}
 
 // Reads a "%ld" integer attribute; -1 when it is absent or does not parse.
 int ReadIntAttribute(const KvxXMLNode& element, const wchar_t* name) {

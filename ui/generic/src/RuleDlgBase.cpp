@@ -8,6 +8,7 @@
 #include <cmath>
 #include <optional>
 
+#include "kvx/framework/KvxOperators.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxUiServices.h"
 #include "kvx/platform/Resources.h"
@@ -68,17 +69,7 @@ std::vector<std::wstring> CKVXRuleDlgBase::SeverityNames() {
   return names;
 }
 
-std::wstring CKVXRuleDlgBase::OperatorText(int code) {
-  switch (code) {
-    case KVX_OP_RANGE: return L"RANGE";
-    case KVX_OP_EQUAL: return L"=";
-    case KVX_OP_LESS: return L"<";
-    case KVX_OP_GREATER: return L">";
-    case KVX_OP_GREATER_EQUAL: return L">=";
-    case KVX_OP_LESS_EQUAL: return L"<=";
-    default: return {};
-  }
-}
+std::wstring CKVXRuleDlgBase::OperatorText(int code) { return std::wstring(KvxOperatorWordOf(code)); }
 
 std::wstring CKVXRuleDlgBase::ValueToText(double value) {
   std::array<char, 64> buffer{};

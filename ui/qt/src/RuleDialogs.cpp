@@ -15,6 +15,7 @@
 #include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Locale.h"
+#include "kvx/utility/LocationHelper.h"
 #include "kvx/res/PictureIds.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
@@ -53,7 +54,7 @@ void LoadToolkitTranslations(const std::wstring& language) {
   static bool loaded = false;
   if (loaded || !QCoreApplication::instance()) return;
   loaded = true;
-  const std::wstring locale = kvx::platform::LocaleNameOfLangId(kvx::params::LanguageNameToId(language));
+  const std::wstring locale = kvx::platform::LocaleNameOfLangId(CLanguageUtil::LanguageNameToId(language));
   static QTranslator translator;
   if (translator.load(QLocale(QString::fromStdWString(locale)), QStringLiteral("qtbase"), QStringLiteral("_"),
                       QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
@@ -61,17 +62,6 @@ void LoadToolkitTranslations(const std::wstring& language) {
   }
 }
 
-// The rules' code in the dialog library runs with the module's context while a dialog is open.
-class ModuleContextScope {
- public:
-  explicit ModuleContextScope(const kvx::params::ModuleContext& module) : saved_(kvx::params::Module()) {
-    kvx::params::Module() = module;
-  }
-  ~ModuleContextScope() { kvx::params::Module() = saved_; }
-
- private:
-  kvx::params::ModuleContext saved_;
-};
 
 }  // namespace
 
@@ -83,14 +73,15 @@ int RuleDialogService::ConfigureRule(CKvxRule& rule, const kvx::platform::Pictur
   EnsureApplication();
   LoadToolkitTranslations(language_);
   if (!KvxUserInterfaceAvailable()) return KVX_DIALOG_UNAVAILABLE;
-  const ModuleContextScope module(module_);
+  // The rules' code in the dialog library runs with the module's context while a dialog is open.
+  const kvx::params::ModuleContextScope module(module_);
   const QtMessageBoxScope messageBoxes;
   if (rule.m_iRuleId == CKVXRecoMoldTolRule::kRuleId) {
     // Only the module makes rules with this id, and they are of this class.
     auto& tolerance = static_cast<CKVXRecoMoldTolRule&>(rule);
     return RunRecoMoldTolDialog(tolerance, kvx::params::LengthUnitText(rule.m_unitSystem.iLengthUnit));
   }
-  if (rule.m_iRuleId == CKVXIMMinRibClearanceDlg::kRuleId) {
+  if (rule.m_iRuleId == CKVXIMMinRibClearanceRule::kRuleId) {
     return RunMinRibClearanceDialog(rule, kvx::platform::LoadResPicture(kvx::res::kRibClearanceRulePicture));
   }
   return generic_.ConfigureRule(rule, picture);

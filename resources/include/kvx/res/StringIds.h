@@ -38,6 +38,9 @@ constexpr int kRuleModuleName = 2042;            // module display name handed t
 constexpr int kOrEqualTo = 2043;                 // inserted after "less than"/"greater than"; starts with a space
 constexpr int kIllegalParameterDataType = 2044;  // message: a parameter's value type is outside 1..8
 constexpr int kDefaultConstraintName = 2827;     // name of the default constraint; "Default" in every language
+// The text of kDefaultConstraintName in every table: saved rule sets store it, and summaries find the default
+// constraint by it without loading a library.
+inline constexpr const wchar_t* kDefaultConstraintText = L"Default";
 
 // ---- Rule names (key names come from the English library; the others are only shown) ------------
 constexpr int kBossBaseRadiusRuleName = 2056;

@@ -5,6 +5,8 @@
 
 class CKVXIMMinRibClearanceRule : public CKVXIMRuleFrame {
  public:
+  static constexpr long kRuleId = 12020;
+
   // Never fails; without the application object the rule keeps the base defaults and has no parameters.
   // Its dialog is the clearance dialog of the rule's dialog service (the module's dialog library).
   CKVXIMMinRibClearanceRule();

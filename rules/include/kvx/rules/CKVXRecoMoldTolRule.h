@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "kvx/res/StringIds.h"
 #include "kvx/rules/KVXIMRuleBase.h"
 
 class KvxXMLNode;
@@ -21,10 +22,10 @@ struct ToleranceRow {
 class CKVXRecoMoldTolRule : public CKVXIMRuleBase {
  public:
   static constexpr int kRuleId = 12174;
-  static constexpr long kOverParam = 2517;  // lower bound of the nominal-dimension band
-  static constexpr long kUptoParam = 2518;  // upper bound of the band
-  static constexpr long kAValParam = 2519;  // tolerance coefficient A
-  static constexpr long kBValParam = 2520;  // tolerance coefficient B
+  static constexpr long kOverParam = kvx::res::kToleranceOverParam;
+  static constexpr long kUptoParam = kvx::res::kToleranceUptoParam;
+  static constexpr long kAValParam = kvx::res::kToleranceAValueParam;
+  static constexpr long kBValParam = kvx::res::kToleranceBValueParam;
   static constexpr int kMaterialConstraintKind = 1;
 
   // Reads the table from the "Constraint" children of `ruleNode`, or from the material database when it is

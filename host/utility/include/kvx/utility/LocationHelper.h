@@ -30,4 +30,10 @@ class CLanguageUtil {
   static std::vector<std::wstring> InstalledLanguages();
   // The message for a language name the product does not know: the name and the installed languages.
   static std::wstring UnknownLanguageMessage(const std::wstring& name);
+  // Windows language identifier of a product language name, ignoring case; 1033 for an unknown name.
+  static unsigned LanguageNameToId(const std::wstring& name);
+  // Product language name of a Windows language identifier; "english" for an unknown identifier.
+  static std::wstring LanguageIdToName(unsigned id);
+  // Every product language name, in the table's order.
+  static std::vector<std::wstring> LanguageNames();
 };

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 
 class CKvxRule;
 
@@ -22,12 +23,11 @@ class IMinRibClearanceDlgView {
 class CKVXIMMinRibClearanceDlg {
  public:
   static constexpr int kDialogTemplate = 10;
-  static constexpr int kRuleId = 12020;
   static constexpr int kValueEditId = 1032;
   static constexpr int kOperatorComboId = 1030;
   static constexpr int kSeverityComboId = 1035;
   static constexpr int kPictureId = 1033;
-  static constexpr long kClearanceParameter = 2061;
+  static constexpr long kClearanceParameter = kvx::res::kRibClearanceParam;
 
   // `rule` may be null: the dialog then shows nothing and OK only closes.
   CKVXIMMinRibClearanceDlg(CKvxRule* rule, kvx::platform::Picture picture);
