@@ -26,9 +26,8 @@ struct CKVXIMRuleFrame::SlotTexts {
 };
 
 namespace {
-// The summaries look for their material entry by this literal name, not by resource string 2827:
-// "Default" is the same word in every language, and saved rule sets store it so.
-constexpr const wchar_t* kDefaultConstraintName = L"Default";
+// The summaries look for their material entry by the framework's literal name, not by resource string 2827.
+constexpr const wchar_t* kDefaultConstraintName = kKvxDefaultConstraintName;
 
 bool HasNoValues(const CKvxParamStorage* parameter) { return parameter->GetValueCount() == 0; }
 

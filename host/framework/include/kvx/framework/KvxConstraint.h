@@ -12,6 +12,10 @@
 class KvxXMLDocument;
 class KvxXMLNode;
 
+// The material entry whose limits apply when no material is chosen. Rule modules with the material workflow
+// keep one and read their limits from it; saved rule sets store this word in every language.
+inline constexpr wchar_t kKvxDefaultConstraintName[] = L"Default";
+
 class KVX_FRAMEWORK_API CKVXConstraint {
  public:
   CKVXConstraint(int kind, std::wstring name, bool status);
