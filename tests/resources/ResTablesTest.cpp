@@ -84,6 +84,8 @@ TEST(ResourceTables, FormatsTakeTheArgumentsTheirCallersPass) {
       {res::kHoleSpacingSummary, 2},         {res::kMinRibClearanceSummary, 2},
       {res::kRibReinforcementAreaSummary, 3}, {res::kRibReinforcementHeightSummary, 2},
       {res::kMaterialAlreadyListed, 1},      {res::kSpreadsheetEmptyColumns, 1},
+      {res::kToleranceBandNotAscending, 2},  {res::kToleranceBandsOverlap, 3},
+      {res::kMaterialNamedTwice, 1},         {res::kSheetOverNotANumber, 1},
   };
   for (const auto& entry : Table("english").entries) {
     const auto found = stringArguments.find(entry.id);

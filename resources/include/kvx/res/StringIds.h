@@ -125,4 +125,10 @@ constexpr int kSpreadsheetEmptyColumns = 2535;     // format: the empty columns'
 constexpr int kDatabaseDirNotUsable = 2856;  // the directory or its files cannot be written
 constexpr int kDatabaseDirUsable = 2857;     // the directory and its files can be written
 
+// ---- Checks of the tolerance table before it is kept ------------------------------------------------
+constexpr int kToleranceBandNotAscending = 2858;  // format: material name, the band's Over text
+constexpr int kToleranceBandsOverlap = 2859;      // format: material name, the two bands' Over texts
+constexpr int kMaterialNamedTwice = 2860;         // format: material name (names compared without case)
+constexpr int kSheetOverNotANumber = 2861;        // format: the sheet's row number
+
 }  // namespace kvx::res
