@@ -16,6 +16,7 @@ struct CommandOptions {
   int resourceId = 0;
   std::string lengthUnit;
   std::string angleUnit;
+  bool keepUnconverted = false;  // convert: convert what can be, leave the rest as it is and warn
 };
 
 int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream& err);

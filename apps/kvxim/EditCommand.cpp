@@ -4,10 +4,12 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <vector>
 
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxUiServices.h"
+#include "kvx/framework/KvxXML.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Text.h"
 
@@ -85,6 +87,14 @@ bool Matches(const CKvxRule& rule, const std::string& wanted) {
   return !wanted.empty() && *end == '\0' && id == rule.m_iRuleId;
 }
 
+// A rule record as text, to tell whether a dialog changed anything; empty for no record.
+std::string RecordText(const KvxXMLNode* record) {
+  if (!record) return {};
+  std::ostringstream text;
+  record->Raw().print(text);
+  return text.str();
+}
+
 }  // namespace
 
 int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std::ostream& err) {
@@ -106,6 +116,7 @@ int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std
   }
 
   const DialogSession session;
+  const std::string before = RecordText(rule.Get()->GetXML().get());
   KvxSetLastDialogResult(KVX_IDCANCEL);
   rule.Get()->EditRule();
   if (KvxLastDialogResult() != KVX_IDOK) {
@@ -117,12 +128,18 @@ int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std
     return kEditCancelled;
   }
 
+  const std::string target = options.output.empty() ? options.input : options.output;
   auto edited = rule.Get()->GetXML();
-  if (!edited || !root->ReplaceChild(edited.get(), ruleNode.get())) {
+  // Accepted without a change: the rule set stays exactly as it was read.
+  const bool changed = !edited || RecordText(edited.get()) != before;
+  if (!changed && target == options.input) {
+    out << "no changes; nothing was written\n";
+    return kEditSaved;
+  }
+  if (changed && (!edited || !root->ReplaceChild(edited.get(), ruleNode.get()))) {
     err << "kvxim: the edited rule could not be put back into the rule set; nothing was written\n";
     return kEditFailed;
   }
-  const std::string target = options.output.empty() ? options.input : options.output;
   std::wstring error;
   if (!host.Document().SaveFile(Widen(target), error)) {
     err << "kvxim: " << Narrow(error) << "\n";

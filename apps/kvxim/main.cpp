@@ -50,6 +50,8 @@ int main(int argc, char** argv) {
   convert->add_option("--length", options.lengthUnit, "length unit: mm cm m in ft um nm mil uin, or a code")->required();
   convert->add_option("--angle", options.angleUnit, "angle unit: deg rad, or a code")->required();
   convert->add_option("-o,--output", options.output, "file to write (default: in place)");
+  convert->add_flag("--keep-unconverted", options.keepUnconverted,
+                    "convert the rules that can be and leave the others' values as they are (warns per rule)");
 
   auto* units = app.add_subcommand("units", "list the unit codes");
   units->add_flag("--json", options.json, "print JSON");
