@@ -47,8 +47,7 @@ void KeepLimit(CKvxParamStorage* parameter, const ParameterDefinition& definitio
   if (!values) return;
   if (values->empty()) *values = definition.defaults;
   if (!kvx::module::IsWrittenKind(*parameter)) parameter->iParameterType = definition.parameterType;
-  const bool oddRange = parameter->iOperator == KVX_OP_RANGE && values->size() % 2 == 1 && values->size() % 3 != 0;
-  if (!oddRange || values->empty()) return;
+  if (!kvx::params::WritingDropsRange(parameter->iOperator, values->size())) return;
   const double last = values->back();
   const double upper = definition.defaults.size() > 1 ? definition.defaults[1] : last;
   values->push_back(std::max(last, upper));
