@@ -175,7 +175,9 @@ std::wstring CKVXIMRuleFrame::UnitText(UnitKind kind) const {
 void CKVXIMRuleFrame::RefreshUnitTexts() {
   for (const auto& definition : m_definition.parameters) {
     if (definition.unit == UnitKind::None) continue;
-    if (CKvxParamStorage* parameter = FindParameterInArray(definition.id)) parameter->csUnit = UnitText(definition.unit);
+    if (CKvxParamStorage* parameter = FindParameterInArray(definition.id)) {
+      parameter->csUnit = UnitText(definition.unit);
+    }
     for (const auto& constraint : m_constraintArray) {
       if (CKvxParamStorage* parameter = constraint->FindParameterInArray(definition.id)) {
         parameter->csUnit = UnitText(definition.unit);
@@ -229,7 +231,9 @@ void CKVXIMRuleFrame::ReloadConstraints(KvxXMLNode* node) {
 void CKVXIMRuleFrame::KeepLimitsThatWereRead() {
   for (const auto& definition : m_definition.parameters) {
     KeepLimit(FindParameterInArray(definition.id), definition);
-    for (const auto& constraint : m_constraintArray) KeepLimit(constraint->FindParameterInArray(definition.id), definition);
+    for (const auto& constraint : m_constraintArray) {
+      KeepLimit(constraint->FindParameterInArray(definition.id), definition);
+    }
   }
 }
 

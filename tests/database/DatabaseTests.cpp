@@ -269,7 +269,8 @@ TEST_F(MaterialDb, UnreadableRowsFailTheQueryWithoutRows) {
   for (const char* name : {"", "PA6,GF30", "PC;ABS", "-1"}) {
     fs::remove(folder_ / "user.sqlite");
     const fs::path named = UserDatabase("INSERT INTO materials (name, tolerance_group) VALUES ('PEEK', 'G'), ('" +
-                                        std::string(name) + "', 'G'); INSERT INTO bands VALUES ('G', 0, 10, 0.1, 0.1, 1);");
+                                        std::string(name) + "', 'G');"
+                                        "INSERT INTO bands VALUES ('G', 0, 10, 0.1, 0.1, 1);");
     ASSERT_EQ(Open(named), DbStatus::Ok) << name;
     EXPECT_EQ(Table(), L"failed") << name;
     EXPECT_EQ(db_->Status(), DbStatus::BadData) << name;

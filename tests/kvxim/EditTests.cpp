@@ -139,7 +139,9 @@ class EditInProcess : public EditCommand {
 
 TEST_F(EditInProcess, AcceptedUntouchedTheRuleSetIsWrittenUnchanged) {
   for (const char* rule : {"12150", "12220", "12174"}) {
-    const auto ok = [](QDialog& dialog) { dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click(); };
+    const auto ok = [](QDialog& dialog) {
+      dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    };
     ASSERT_EQ(Edit(rule, "out.xml", ok), kvxim::kEditSaved) << errors_;
     EXPECT_EQ(ReadTextFile(Path("out.xml")), original_) << rule;
     ASSERT_EQ(Edit(rule, "", ok), kvxim::kEditSaved) << errors_;

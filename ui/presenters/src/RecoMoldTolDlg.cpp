@@ -38,7 +38,9 @@ bool IsPlainNumber(const std::wstring& text) {
          std::count(trimmed.begin(), trimmed.end(), L'.') <= 1;
 }
 
-bool IsPositiveNumber(const std::wstring& text) { return IsPlainNumber(text) && kvx::params::ToDouble(Trimmed(text)) > 0.0; }
+bool IsPositiveNumber(const std::wstring& text) {
+  return IsPlainNumber(text) && kvx::params::ToDouble(Trimmed(text)) > 0.0;
+}
 
 bool IsComplete(const ToleranceRow& row) {
   return std::ranges::none_of(kFields, [&](auto field) { return row.*field == kMissingValue; });
