@@ -118,6 +118,11 @@ TEST_F(RecoMoldTolDlgTest, OnlyTheAddRowsNameAndPlainDecimalNumbersCanBeEntered)
   EXPECT_TRUE(table.AcceptsText(1, L""));
   EXPECT_FALSE(table.AcceptsText(1, L"-1"));
   EXPECT_FALSE(table.AcceptsText(1, L"1e3"));
+  EXPECT_FALSE(table.AcceptsText(1, L"1,5")) << "a comma where the user writes a point: not 15";
+  table.SetDecimalSeparator(L",");  // a German user's
+  EXPECT_FALSE(table.AcceptsText(1, L"1.5,"));
+  TypeRow(*dialog, 0, {L"0", L"12,5"});
+  EXPECT_EQ(table.CellText(0, 1), L"12.5") << "kept with the point the rule reads";
 }
 
 TEST_F(RecoMoldTolDlgTest, ThePlaceholderBecomesARowWhenTypedIntoAndIsNeverDeleted) {

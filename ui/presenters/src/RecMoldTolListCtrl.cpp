@@ -53,7 +53,17 @@ CKVXListCtrl::Row KVXRecMoldTolListCtrl::PlaceholderRow() const { return Row{pla
 
 bool KVXRecMoldTolListCtrl::AcceptsText(int column, const std::wstring& text) const {
   if (!CKVXListCtrl::AcceptsText(column, text)) return false;
-  return kind_ == Kind::MaterialList || kvx::params::IsNumeric(text);
+  return kind_ == Kind::MaterialList || kvx::params::IsNumeric(WithPoint(text));
+}
+
+// `text` with the user's decimal separator written as the point, unless it has a point already.
+std::wstring KVXRecMoldTolListCtrl::WithPoint(const std::wstring& text) const {
+  if (decimalSeparator_.empty() || decimalSeparator_ == L"." || text.find(L'.') != std::wstring::npos) return text;
+  std::wstring result = text;
+  if (const size_t at = result.find(decimalSeparator_); at != std::wstring::npos) {
+    result.replace(at, decimalSeparator_.size(), L".");
+  }
+  return result;
 }
 
 bool KVXRecMoldTolListCtrl::CanEdit(int row, int column) const {
@@ -95,7 +105,7 @@ void KVXRecMoldTolListCtrl::OnEditFinished(int row, int column, const std::wstri
     SetCellText(row, 0, std::wstring());
     InsertRow(row + 1, PlaceholderRow());
   }
-  SetCellText(row, column, text);
+  SetCellText(row, column, WithPoint(text));
   Notify(std::wstring(), Id());
 }
 

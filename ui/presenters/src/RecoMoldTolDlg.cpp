@@ -7,6 +7,7 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/params/Spreadsheet.h"
 #include "kvx/params/ValueUtils.h"
+#include "kvx/platform/Locale.h"
 #include "kvx/platform/Text.h"
 #include "kvx/res/PictureIds.h"
 #include "kvx/res/StringIds.h"
@@ -93,6 +94,7 @@ CKVXRecoMoldTolDlg::CKVXRecoMoldTolDlg(CKVXRecoMoldTolRule* rule, IFileDialog& f
   materials_.SetNotification(notify);
   table_.SetNotification(notify);
   table_.SetEditGuard([this] { return RefuseTableEdit(); });
+  table_.SetDecimalSeparator(kvx::platform::UserDecimalSeparator());
   materials_.SetRenameHandler([this](const std::wstring& from, const std::wstring& to) { RenameMaterial(from, to); });
 }
 

@@ -46,10 +46,13 @@ class KVXRecMoldTolListCtrl : public CKVXListCtrl {
 
   // Tolerance table: called before an edit starts; returning true refuses it (the dialog tells the user).
   void SetEditGuard(std::function<bool()> refuse) { refuse_ = std::move(refuse); }
+  // Tolerance table: the user's decimal separator, taken for the point ("1,5" is 1.5, never 15 or 1).
+  void SetDecimalSeparator(std::wstring separator) { decimalSeparator_ = std::move(separator); }
   // Material list: where a material's new name goes.
   void SetRenameHandler(RenameHandler rename) { rename_ = std::move(rename); }
 
-  // Tolerance table cells take plain decimal numbers ("." and digits) only; the material name any text.
+  // Tolerance table cells take plain decimal numbers (digits and "." or the user's decimal separator, kept
+  // as ".") only; the material name any text.
   bool AcceptsText(int column, const std::wstring& text) const override;
 
  protected:
@@ -63,11 +66,13 @@ class KVXRecMoldTolListCtrl : public CKVXListCtrl {
 
  private:
   Row PlaceholderRow() const;
+  std::wstring WithPoint(const std::wstring& text) const;
 
   Kind kind_;
   std::wstring placeholderText_;
   std::wstring addMaterialText_;
   std::function<bool()> refuse_;
+  std::wstring decimalSeparator_ = L".";
   RenameHandler rename_;
 };
 
