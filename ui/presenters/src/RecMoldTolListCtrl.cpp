@@ -1,6 +1,7 @@
 #include "kvx/ui/RecMoldTolListCtrl.h"
 
 #include "kvx/params/ValueUtils.h"
+#include "kvx/ui/DialogSupport.h"
 
 namespace kvx::ui {
 
@@ -56,14 +57,8 @@ bool KVXRecMoldTolListCtrl::AcceptsText(int column, const std::wstring& text) co
   return kind_ == Kind::MaterialList || kvx::params::IsNumeric(WithPoint(text));
 }
 
-// `text` with the user's decimal separator written as the point, unless it has a point already.
 std::wstring KVXRecMoldTolListCtrl::WithPoint(const std::wstring& text) const {
-  if (decimalSeparator_.empty() || decimalSeparator_ == L"." || text.find(L'.') != std::wstring::npos) return text;
-  std::wstring result = text;
-  if (const size_t at = result.find(decimalSeparator_); at != std::wstring::npos) {
-    result.replace(at, decimalSeparator_.size(), L".");
-  }
-  return result;
+  return WithDecimalPoint(text, decimalSeparator_);
 }
 
 bool KVXRecMoldTolListCtrl::CanEdit(int row, int column) const {
