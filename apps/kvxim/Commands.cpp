@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -43,6 +45,8 @@ class OwnedRules {
   std::vector<CKvxRule*> rules_;
 };
 
+std::unique_ptr<kvx::platform::ResourceLibrary> LoadHostResources();
+
 void CollectAllRules(ModuleHost& host, OwnedRules& owned) {
   RulePointerArray array;
   host.GetAllRules(&array);
@@ -62,10 +66,21 @@ void SetAttribute(KvxXMLNode& node, const char* name, int value) {
   attribute.set_value(value);
 }
 
+// A rule without a key name could never be loaded again: its name comes from the resource library.
+bool AllRulesNamed(const OwnedRules& rules, std::ostream& err) {
+  const bool named = std::ranges::none_of(rules.All(), [](const CKvxRule* rule) { return rule->m_csRuleName.empty(); });
+  if (!named) {
+    err << "kvxim: the rules have no names: no resource library was found under "
+        << Narrow(CLocationHelper::GetResourceRoot()) << "; nothing was written\n";
+  }
+  return named;
+}
+
 // Writes a factory rule set: "RuleSet" with the current unit codes, then every rule's record.
 bool WriteFactoryRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, std::ostream& err) {
   OwnedRules rules(host);
   CollectAllRules(host, rules);
+  if (!AllRulesNamed(rules, err)) return false;
   auto root = host.Document().CreateRootNode(kRuleSet);
   SetAttribute(*root, "Unit", KVX_UNIT_MM);
   SetAttribute(*root, "AngularUnit", KVX_ANGLE_DEGREE);
@@ -73,6 +88,28 @@ bool WriteFactoryRuleSet(ModuleHost& host, const std::string& file, std::ostream
     if (auto node = rule->GetXML()) root->AppendNode(node.get());
   }
   return SaveRuleSet(host, file, out, err);
+}
+
+// Rule records keep one character of a unit code, so only one-digit codes read back as they were written.
+bool ReadsBack(int unitCode) { return unitCode >= 0 && unitCode <= 9; }
+
+bool AllValuesFinite(const std::vector<std::unique_ptr<CKvxParamStorage>>& parameters) {
+  return std::ranges::all_of(parameters, [](const auto& parameter) {
+    const std::vector<double>* values = parameter->GetDoubleValues();
+    return !values || std::ranges::all_of(*values, [](double value) { return std::isfinite(value); });
+  });
+}
+
+// False when a value of the rule, its own or a material entry's, no longer fits a number.
+bool AllValuesFinite(const CKvxRule& rule) {
+  return AllValuesFinite(rule.Parameters()) &&
+         std::ranges::all_of(rule.Constraints(), [](const auto& c) { return AllValuesFinite(c->Parameters()); });
+}
+
+std::string RuleName(KvxXMLNode& node) {
+  std::wstring name;
+  node.GetAttributeValue(L"Name", name);
+  return "\"" + Narrow(name) + "\"";
 }
 
 // Loads the host's resource library for the language the module would pick, as the module does.
@@ -110,7 +147,7 @@ int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out,
   CollectAllRules(host, rules);
   if (options.json) {
     ordered_json list = ordered_json::array();
-    for (CKvxRule* rule : rules.All()) list.push_back(RuleToJson(rule));
+    for (CKvxRule* rule : rules.All()) list.push_back(RuleToJson(rule, texts.get()));
     out << list.dump(2) << "\n";
     return 0;
   }
@@ -125,7 +162,7 @@ int RunNew(ModuleHost& host, const CommandOptions& options, std::ostream& out, s
 int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream& err) {
   auto root = LoadRuleSet(host, options.input, err);
   if (!root) return 1;
-  const auto texts = LoadHostResources();  // the names shown beside codes
+  const auto texts = LoadHostResources();  // the names shown beside codes and the parameters' labels
   kvx::platform::ResourceScope scope(texts.get());
   OwnedRules rules(host);
   ordered_json list = ordered_json::array();
@@ -136,7 +173,7 @@ int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
     host.GetRule(node.get(), &rule);
     rules.Add(rule);
     if (options.json) {
-      list.push_back(RuleToJson(rule));
+      list.push_back(RuleToJson(rule, texts.get()));
       continue;
     }
     std::wstring name;
@@ -148,21 +185,50 @@ int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
 }
 
 int RunConvert(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream& err) {
+  if (!ReadsBack(options.lengthUnit) || !ReadsBack(options.angleUnit)) {
+    const std::string unit = ReadsBack(options.lengthUnit) ? UnitName(AngleUnitNames(), options.angleUnit)
+                                                           : UnitName(LengthUnitNames(), options.lengthUnit);
+    err << "kvxim: a rule set in \"" << unit << "\" could not be read back in that unit; nothing was written\n";
+    return 1;
+  }
   auto root = LoadRuleSet(host, options.input, err);
   if (!root) return 1;
   const RuleUnitSystemStructure from{ReadUnitAttribute(*root, L"Unit"), ReadUnitAttribute(*root, L"AngularUnit")};
   const RuleUnitSystemStructure to{options.lengthUnit, options.angleUnit};
 
   OwnedRules rules(host);
+  std::vector<std::string> unconverted;
+  std::vector<std::string> overflowing;
   const auto nodes = root->GetNodeList(L"Rule");
   for (int i = 0; i < nodes->GetSize(); ++i) {
     const auto node = nodes->GetItem(i);
     CKvxRule* rule = nullptr;
     host.GetRule(node.get(), &rule);
-    if (!rule) continue;  // rules of other modules, or unknown ones, stay as they are
+    if (!rule) {
+      // Rules of other modules, unknown ones and switched-off ones keep their values: they cannot be converted.
+      unconverted.push_back(RuleName(*node));
+      continue;
+    }
     rules.Add(rule);
     rule->UpdateRule(&from, &to);
+    if (!AllValuesFinite(*rule)) overflowing.push_back(RuleName(*node));
     if (auto converted = rule->GetXML()) root->ReplaceChild(converted.get(), node.get());
+  }
+  for (const std::string& name : overflowing) {
+    err << "kvxim: the values of rule " << name << " are too large for the new units\n";
+  }
+  if (!overflowing.empty()) {
+    err << "kvxim: nothing was written\n";
+    return 1;
+  }
+  for (const std::string& name : unconverted) {
+    err << "kvxim: " << (options.keepUnconverted ? "warning: " : "") << "rule " << name
+        << " could not be converted: this module cannot build it"
+        << (options.keepUnconverted ? "; its values are kept as they were" : "") << "\n";
+  }
+  if (!unconverted.empty() && !options.keepUnconverted) {
+    err << "kvxim: nothing was written (--keep-unconverted converts the other rules)\n";
+    return 1;
   }
   SetAttribute(*root, "Unit", to.iLengthUnit);
   SetAttribute(*root, "AngularUnit", to.iAngleUnit);
@@ -260,6 +326,8 @@ void AddRuleCommands(CLI::App& app, CommandTable& table) {
       ->required()
       ->type_name("UNIT");
   convert->add_option("-o,--output", options->output, "file to write (default: in place; -: standard output)");
+  convert->add_flag("--keep-unconverted", options->keepUnconverted,
+                    "convert the rules that can be and leave the others' values as they are (warns per rule)");
   convert->footer("Length units: " + JoinedNames(LengthUnitNames()) + "\nAngle units: " + JoinedNames(AngleUnitNames()));
   table.push_back({convert, Needs::Module, withModule(RunConvert)});
 

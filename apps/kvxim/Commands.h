@@ -16,6 +16,7 @@ struct CommandOptions {
   int resourceId = 0;
   int lengthUnit = 0;
   int angleUnit = 0;
+  bool keepUnconverted = false;  // convert: convert what can be, leave the rest as it is and warn
 };
 
 // Registers rules, new, show, convert, units, resource and demo on `app` and in `table`.

@@ -4,8 +4,10 @@
 
 #include <iostream>
 #include <memory>
+#include <sstream>
 
 #include "kvx/framework/KvxRule.h"
+#include "kvx/framework/KvxXML.h"
 #include "kvx/platform/Text.h"
 
 namespace kvxim {
@@ -38,6 +40,14 @@ bool Matches(const CKvxRule& rule, const std::string& wanted) {
   return !wanted.empty() && *end == '\0' && id == rule.m_iRuleId;
 }
 
+// A rule record as text, to tell whether a dialog changed anything; empty for no record.
+std::string RecordText(const KvxXMLNode* record) {
+  if (!record) return {};
+  std::ostringstream text;
+  record->Raw().print(text);
+  return text.str();
+}
+
 }  // namespace
 
 int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std::ostream& err) {
@@ -59,6 +69,7 @@ int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std
   }
 
   // The module opens the dialog through the rule's dialog service; it loads the toolkit only now.
+  const std::string before = RecordText(rule.Get()->GetXML().get());
   rule.Get()->EditRule();
   switch (rule.Get()->LastDialogResult()) {
     case KVX_IDOK: break;
@@ -66,12 +77,18 @@ int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std
     default: err << "kvxim: the rule could not be edited here; nothing was written\n"; return kEditFailed;
   }
 
+  const std::string target = options.output.empty() ? options.input : options.output;
   auto edited = rule.Get()->GetXML();
-  if (!edited || !root->ReplaceChild(edited.get(), ruleNode.get())) {
+  // Accepted without a change: the rule set stays exactly as it was read.
+  const bool changed = !edited || RecordText(edited.get()) != before;
+  if (!changed && target == options.input) {
+    out << "no changes; nothing was written\n";
+    return kEditSaved;
+  }
+  if (changed && (!edited || !root->ReplaceChild(edited.get(), ruleNode.get()))) {
     err << "kvxim: the edited rule could not be put back into the rule set; nothing was written\n";
     return kEditFailed;
   }
-  const std::string target = options.output.empty() ? options.input : options.output;
   return SaveRuleSet(host, target, out, err) ? kEditSaved : kEditFailed;
 }
 

@@ -3,6 +3,7 @@
 #include "UnitNames.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/params/ValueUtils.h"
+#include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
 
 namespace kvxim {
@@ -32,7 +33,13 @@ ordered_json ValueToJson(const KvxValueView& value) {
 
 std::string OperatorSymbol(int op) { return Narrow(kvx::params::OperatorToText(op)); }
 
-ordered_json ParameterToJson(const CKvxParamStorage& parameter) {
+// The rule modules name their parameters by resource strings of the same number, as the rule dialog shows them.
+std::wstring Label(const CKvxParamStorage& parameter, const kvx::platform::ResourceLibrary* texts) {
+  if (!parameter.csName.empty() || !texts) return parameter.csName;
+  return texts->String(static_cast<int>(parameter.lId)).value_or(std::wstring());
+}
+
+ordered_json ParameterToJson(const CKvxParamStorage& parameter, const kvx::platform::ResourceLibrary* texts) {
   ordered_json values = ordered_json::array();
   for (const auto& value : parameter.DescribeValues()) values.push_back(ValueToJson(value));
   ordered_json optionSymbols = ordered_json::array();
@@ -40,6 +47,7 @@ ordered_json ParameterToJson(const CKvxParamStorage& parameter) {
   return {
       {"id", parameter.lId},
       {"name", Narrow(parameter.csName)},
+      {"label", Narrow(Label(parameter, texts))},
       {"valueType", static_cast<int>(parameter.GetValueType())},
       {"operator", parameter.iOperator},
       {"operatorSymbol", OperatorSymbol(parameter.iOperator)},
@@ -56,14 +64,14 @@ ordered_json ParameterToJson(const CKvxParamStorage& parameter) {
 }
 
 template <typename Parameters>
-ordered_json ParametersToJson(const Parameters& parameters) {
+ordered_json ParametersToJson(const Parameters& parameters, const kvx::platform::ResourceLibrary* texts) {
   ordered_json list = ordered_json::array();
-  for (const auto& parameter : parameters) list.push_back(ParameterToJson(*parameter));
+  for (const auto& parameter : parameters) list.push_back(ParameterToJson(*parameter, texts));
   return list;
 }
 }  // namespace
 
-ordered_json RuleToJson(const CKvxRule* rule) {
+ordered_json RuleToJson(const CKvxRule* rule, const kvx::platform::ResourceLibrary* texts) {
   if (!rule) return nullptr;
   ordered_json constraints = ordered_json::array();
   for (const auto& constraint : rule->Constraints()) {
@@ -71,7 +79,7 @@ ordered_json RuleToJson(const CKvxRule* rule) {
                            {"kind", constraint->iType},
                            {"status", constraint->bStatus},
                            {"secondFlag", constraint->bSecondFlag},
-                           {"parameters", ParametersToJson(constraint->Parameters())}});
+                           {"parameters", ParametersToJson(constraint->Parameters(), texts)}});
   }
   return {
       {"name", Narrow(rule->m_csRuleName)},
@@ -89,7 +97,7 @@ ordered_json RuleToJson(const CKvxRule* rule) {
         {"angle", rule->m_unitSystem.iAngleUnit},
         {"lengthName", UnitName(LengthUnitNames(), rule->m_unitSystem.iLengthUnit)},
         {"angleName", UnitName(AngleUnitNames(), rule->m_unitSystem.iAngleUnit)}}},
-      {"parameters", ParametersToJson(rule->Parameters())},
+      {"parameters", ParametersToJson(rule->Parameters(), texts)},
       {"constraints", constraints},
   };
 }

@@ -196,12 +196,10 @@ std::vector<KvxValueView> CTypedParamStorage<kType>::DescribeValues() const {
 
 template <Type_e kType>
 void CTypedParamStorage<kType>::CleanUpBeforeWriting() {
-  // A range operator with 1, 5, 7, 11, ... values loses them, in memory too: an odd test, kept exactly,
-  // because stored rule sets were written by it.
+  // The values are lost in memory too.
   const size_t n = m_values.size();
   const bool emptyAndNoRemarks = n == 0 && csRemarks.empty();
-  const bool oddRange = iOperator == KVX_OP_RANGE && n % 3 != 0 && n % 2 == 1;
-  if (emptyAndNoRemarks || oddRange) ResetValues();
+  if (emptyAndNoRemarks || WritingDropsRange(iOperator, n)) ResetValues();
 }
 
 template <Type_e kType>
@@ -318,5 +316,7 @@ std::unique_ptr<CKvxParamStorage> MakeParamStorage(Type_e valueType, long id, Kv
 std::vector<double>* DoubleValues(CKvxParamStorage* parameter) {
   return parameter ? parameter->GetDoubleValues() : nullptr;
 }
+
+bool WritingDropsRange(int op, size_t count) { return op == KVX_OP_RANGE && count % 3 != 0 && count % 2 == 1; }
 
 }  // namespace kvx::params

@@ -204,6 +204,85 @@ const json* FindConstraintParameter(const json& rule, const std::string& constra
   return nullptr;
 }
 
+// A record as users write them by hand: the rib tip thickness limit (a length) in its own parameter and in
+// its "Default" entry; `own` and `entry` are the parameters' inner XML.
+std::string RibTipRecord(const std::string& own, const std::string& entry) {
+  return "<Rule Name=\"Rib Tip Thickness\" Module=\"KvxIMRulesValidator\"><Parameter Type=\"2730\">" + own +
+         "</Parameter><Constraint Type=\"1\" Value=\"Default\" Status=\"1\"><Parameter Type=\"2730\">" + entry +
+         "</Parameter></Constraint></Rule>";
+}
+
+TEST_F(Kvxim, ConvertRefusesWhatItCouldNotConvertOrReadBack) {
+  ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
+  std::string mixed = ReadTextFile(Path("set.xml"));
+  mixed.insert(mixed.rfind("</RuleSet>"), "<Rule Name=\"Wall Check\" Module=\"OtherModule\"/>");
+  Write("mixed.xml", mixed);
+  const std::string huge = "1" + std::string(308, '0') + ".0";  // 1e308 inches: no double holds it in mm
+  Write("huge.xml", "<RuleSet Unit=\"3\" AngularUnit=\"0\">" +
+                        RibTipRecord("<Operator>7</Operator><ParameterType>1</ParameterType><Value>1.0</Value>",
+                                     "<Operator>7</Operator><ParameterType>1</ParameterType><Value>" + huge +
+                                         "</Value>") +
+                        "</RuleSet>");
+  const std::string before = ReadTextFile(Path("mixed.xml"));
+  const std::string hugeBefore = ReadTextFile(Path("huge.xml"));
+  struct Refusal {
+    std::string args;
+    std::string says;
+  };
+  const Refusal refusals[] = {
+      {"convert " + Path("mixed.xml") + " --length in --angle deg", "rule \"Wall Check\" could not be converted"},
+      {"convert " + Path("mixed.xml") + " --length uin --angle deg", "could not be read back"},
+      {"convert " + Path("huge.xml") + " --length mm --angle deg", "rule \"Rib Tip Thickness\" are too large"},
+  };
+  for (const Refusal& refusal : refusals) {
+    const Result result = Run(refusal.args);
+    EXPECT_EQ(result.exitCode, 1) << refusal.args;
+    EXPECT_NE(result.err.find(refusal.says), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("nothing was written"), std::string::npos) << result.err;
+  }
+  EXPECT_EQ(ReadTextFile(Path("mixed.xml")), before);
+  EXPECT_EQ(ReadTextFile(Path("huge.xml")), hugeBefore);
+
+  const Result kept = Run("convert " + Path("mixed.xml") + " --length in --angle deg --keep-unconverted");
+  ASSERT_EQ(kept.exitCode, 0) << kept.err;
+  EXPECT_NE(kept.err.find("warning: rule \"Wall Check\""), std::string::npos) << kept.err;
+  EXPECT_NE(ReadTextFile(Path("mixed.xml")).find("Unit=\"3\""), std::string::npos);
+}
+
+TEST_F(Kvxim, WithoutTheResourceFolderNoNamelessRuleSetIsWritten) {
+  const Result result =
+      kvx::test::RunKvxim(folder_, "new -o " + Path("set.xml"), "KVX_RESOURCE_ROOT=" + Path("no-resources"));
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_NE(result.err.find(Path("no-resources")), std::string::npos) << "names the folder: " << result.err;
+  EXPECT_FALSE(fs::exists(Path("set.xml")));
+}
+
+// Load, save and load again: a limit that was in the file is never lost, however odd its record.
+TEST_F(Kvxim, HandWrittenRecordsKeepEveryLimitThroughASave) {
+  const std::string type = "<Operator>7</Operator><ParameterType>1</ParameterType>";
+  Write("odd.xml",
+        "<RuleSet Unit=\"0\" AngularUnit=\"0\">"
+        // no element for the through-hole limit, and the blind-hole limit without its ParameterType
+        "<Rule Name=\"Hole Depth to Diameter Ratio\" Module=\"KvxIMRulesValidator\"><Parameter Type=\"2347\">"
+        "<Operator>5</Operator><Value>2.5</Value></Parameter></Rule>" +
+            // a range holding only its lower value
+            RibTipRecord("<Operator>1</Operator><ParameterType>1</ParameterType><Value>1.2</Value>",
+                         "<Operator>1</Operator><ParameterType>1</ParameterType><Value>1.2</Value>") +
+            "</RuleSet>");
+  for (int pass = 0; pass < 2; ++pass) {
+    ASSERT_EQ(Run("convert " + Path("odd.xml") + " --length mm --angle deg").exitCode, 0);
+    const json rules = json::parse(Run("show " + Path("odd.xml") + " --json").out);
+    const json* hole = FindRule(rules, 12150);
+    const json* rib = FindRule(rules, 12220);
+    ASSERT_TRUE(hole && rib);
+    EXPECT_EQ((*FindParameter(*hole, 2347))["values"], json::array({2.5})) << pass;
+    EXPECT_EQ((*FindParameter(*hole, 2348))["values"], json::array({4.0})) << "the factory value, pass " << pass;
+    EXPECT_EQ((*FindParameter(*rib, 2730))["values"], json::array({1.2, 1.5})) << pass;
+    EXPECT_EQ((*FindConstraintParameter(*rib, "Default", 2730))["values"], json::array({1.2, 1.5})) << pass;
+  }
+}
+
+
 // Each rule converts exactly its own set of values: its own, its "Default" constraint's, or none.
 TEST_F(Kvxim, ConvertChangesExactlyWhatEachRuleConverts) {
   ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);

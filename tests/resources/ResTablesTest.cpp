@@ -98,6 +98,9 @@ TEST(ResourceTables, FormatsTakeTheArgumentsTheirCallersPass) {
       {res::kBossParametersSummary, 3},
       {res::kLimitLessThan, 1}, {res::kLimitAtMost, 1}, {res::kLimitMoreThan, 1}, {res::kLimitAtLeast, 1},
       {res::kLimitBetween, 2}, {res::kUnnamedParameter, 1}, {res::kValueNotANumber, 1},
+      {res::kToleranceBandNotAscending, 2},  {res::kToleranceBandsOverlap, 3},
+      {res::kMaterialNamedTwice, 1},         {res::kSheetOverNotANumber, 1},
+      {res::kValueOutOfRange, 3}, {res::kValueBelowZero, 1}, {res::kRangeUpperBelowLower, 1},
   };
   for (const auto& entry : Table("english").entries) {
     const auto found = stringArguments.find(entry.id);

@@ -77,7 +77,7 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
                                           ConstraintXml("Default", ParamXml(2347, 8, 2.5) + ParamXml(2348, 8, 3.0)) +
                                           "</Rule></RuleSet>")
                                       .get());
-  EXPECT_TRUE(Values(rule, 2347).empty());  // the record has none for it
+  EXPECT_EQ(Values(rule, 2347), std::vector<double>{2.0});  // the record has none for it: the factory value
   EXPECT_EQ(Values(rule, 2348), std::vector<double>{3.0});
   EXPECT_EQ(rule.m_lRuleSeverity, 4);
   EXPECT_EQ(rule.m_lRuleStatus, -1);  // no "Status" on the record
@@ -92,7 +92,7 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
                                      .get());
   ASSERT_EQ(rule.Constraints().size(), 1u);
   EXPECT_EQ(Values(rule, 2347, true), std::vector<double>{1.1});
-  EXPECT_TRUE(Values(rule, 2348, true).empty());
+  EXPECT_EQ(Values(rule, 2348, true), std::vector<double>{4.0}) << "none in the record: the factory value";
 
   rule.m_bKeepDefaultConstraints = false;
   rule.m_csSummary = L"as it was";

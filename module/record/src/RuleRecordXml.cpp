@@ -47,12 +47,11 @@ std::wstring FileNameAfterBackslash(const std::wstring& path) {
   const auto pos = path.find_last_of(L'\\');
   return pos == std::wstring::npos ? path : path.substr(pos + 1);
 }
+}  // namespace
 
-// Parameter kinds 0 and 12 are never written.
 bool IsWrittenKind(const CKvxParamStorage& parameter) {
   return parameter.iParameterType != 0 && parameter.iParameterType != 12;
 }
-}  // namespace
 
 std::unique_ptr<KvxXMLNode> WriteRuleParameter(CKvxRule* rule, int index) {
   if (!rule || index < 0 || index >= static_cast<int>(rule->Parameters().size())) return nullptr;

@@ -191,5 +191,14 @@ constexpr int kRangeTo = 3240;                // between the two value fields of
 constexpr int kParameterEnabled = 3241;       // check box of a limit that can be switched off
 constexpr int kUnnamedParameter = 3242;       // format: the parameter's id
 constexpr int kValueNotANumber = 3243;        // format: the parameter's name
+constexpr int kValueOutOfRange = 3244;        // format: the parameter's name, lowest, highest value
+constexpr int kValueBelowZero = 3245;         // format: the parameter's name
+constexpr int kRangeUpperBelowLower = 3246;   // format: the parameter's name
+
+// ---- Checks of the tolerance table before it is kept ------------------------------------------------
+constexpr int kToleranceBandNotAscending = 2858;  // format: material name, the band's Over text
+constexpr int kToleranceBandsOverlap = 2859;      // format: material name, the two bands' Over texts
+constexpr int kMaterialNamedTwice = 2860;         // format: material name (names compared without case)
+constexpr int kSheetOverNotANumber = 2861;        // format: the sheet's row number
 
 }  // namespace kvx::res
