@@ -1,6 +1,7 @@
 // A full check of a perforated plate (10 to about 1,600 faces) beside its floor in the same run: reading the STEP
 // file with the reader's shape repair and one triangulation at the checker's deflection, in plain Open CASCADE.
-// The goal: the check within 2 times the floor's time and peak memory, growing linearly with faces.
+// The goal: the check within 2 times the floor's time and peak memory, growing linearly with faces. Peak
+// memory is measured per process, by run-checker-processes.sh.
 // The plates are written by gmsh (tests/checker/make_parts.py) once, into the build folder.
 #include <BRepBndLib.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
@@ -12,15 +13,11 @@
 #include <STEPControl_Reader.hxx>
 #include <TopExp_Explorer.hxx>
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 
@@ -93,36 +90,6 @@ std::size_t Check(const std::string& path) {
   return check.read.ok ? check.read.part.faces.size() : 0;
 }
 
-// Resident memory of this process now, in kilobytes.
-long ResidentKilobytes() {
-  long pages = 0, resident = 0;
-  std::ifstream("/proc/self/statm") >> pages >> resident;
-  return resident * (sysconf(_SC_PAGESIZE) / 1024);
-}
-
-// Peak memory of `work` run once in a child process, above what the child started with.
-double PeakMegabytes(const std::function<void()>& work) {
-  int channel[2];
-  if (pipe(channel) != 0) return -1;
-  const pid_t child = fork();
-  if (child == 0) {
-    const long before = ResidentKilobytes();
-    work();
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const double megabytes = static_cast<double>(usage.ru_maxrss - before) / 1024.0;
-    if (write(channel[1], &megabytes, sizeof megabytes) != sizeof megabytes) _exit(1);
-    _exit(0);
-  }
-  close(channel[1]);
-  double megabytes = -1;
-  if (child > 0 && read(channel[0], &megabytes, sizeof megabytes) != sizeof megabytes) megabytes = -1;
-  close(channel[0]);
-  int status = 0;
-  if (child > 0) waitpid(child, &status, 0);
-  return megabytes;
-}
-
 void Run(benchmark::State& state, const std::function<std::size_t(const std::string&)>& work) {
   const std::string path = Plate(state.range(0));
   if (path.empty()) {
@@ -133,7 +100,6 @@ void Run(benchmark::State& state, const std::function<std::size_t(const std::str
   for (auto _ : state) benchmark::DoNotOptimize(faces = work(path));
   if (faces == 0) state.SkipWithError("the plate could not be read");
   state.counters["faces"] = static_cast<double>(faces);
-  state.counters["peak_MB"] = PeakMegabytes([&] { work(path); });
 }
 
 void BM_Floor(benchmark::State& state) { Run(state, ReadAndTriangulate); }
@@ -145,4 +111,17 @@ BENCHMARK(BM_Check)->Arg(2)->Arg(10)->Arg(20)->Arg(40)->Unit(benchmark::kMillise
 
 }  // namespace
 
-BENCHMARK_MAIN();
+// `kvx_checker_bench floor|check N` runs one of them once on the plate with N x N holes, for whole-process
+// time and peak memory (run-checker-processes.sh); without arguments, the benchmarks.
+int main(int argc, char** argv) {
+  if (argc == 3 && (std::string(argv[1]) == "floor" || std::string(argv[1]) == "check")) {
+    const std::string path = Plate(std::atol(argv[2]));
+    const std::size_t faces = std::string(argv[1]) == "floor" ? ReadAndTriangulate(path) : Check(path);
+    std::printf("%zu faces\n", faces);
+    return faces == 0 ? 1 : 0;
+  }
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

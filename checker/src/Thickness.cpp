@@ -13,7 +13,8 @@ namespace kvx::checker {
 
 namespace {
 constexpr std::size_t kMaxSamples = 200000;
-constexpr double kSpacingShare = 1.0 / 150;  // sample spacing as a share of the part's diagonal
+constexpr double kSpacingShare = 1.0 / 150;      // the densest sample spacing, as a share of the part's diagonal
+constexpr double kPilotSpacingShare = 1.0 / 40;  // the coarsest, and that of the first pass
 constexpr double kAgreement = 1.5;           // a ray longer than this many sphere diameters ran along a wall
 constexpr double kEndFaceRatio = 2.0;        // faces read this much thicker by rays than overall are wall ends
 constexpr int kSphereSteps = 16;
@@ -120,19 +121,12 @@ Vec3 SampleNormal(const Part& part, std::size_t triangle) {
   const Vec3 n = part.normals[c[0]] + part.normals[c[1]] + part.normals[c[2]];
   return Length(n) > 1e-9 ? Normalized(n) : Normalized(part.mesh.AreaNormal(triangle));
 }
-}  // namespace
 
-Thickness MeasureThickness(const Part& part, const TriangleTree& tree, const Budget& budget, bool& cutShort) {
-  Thickness result;
+// Samples about `spacing` apart, measured: a large triangle carries several, runs of small ones (a fine fan
+// around a hole) share one, so that the count follows the area, not the triangles. Every face gets at least one.
+std::vector<Sample> MeasureSamples(const Part& part, const TriangleTree& tree, double spacing, const Budget& budget,
+                                   bool& cutShort) {
   const double diagonal = part.box.Diagonal();
-  double spacing = diagonal * kSpacingShare;
-  double total = 0;
-  for (const FaceInfo& face : part.faces) total += face.area;
-  if (total / (spacing * spacing) > kMaxSamples) spacing = std::sqrt(total / kMaxSamples);
-
-  // Samples about `spacing` apart, with the triangle they lie on: a large triangle carries several, runs of small
-  // ones (a fine fan around a hole) share one, so that the count follows the area, not the triangles. Every
-  // face gets at least one.
   std::vector<Sample> samples;
   std::vector<std::size_t> triangleOf;
   const double cellArea = spacing * spacing;
@@ -186,7 +180,30 @@ Thickness MeasureThickness(const Part& part, const TriangleTree& tree, const Bud
     sample.value = sample.ray <= kAgreement * sphere ? sample.ray : sphere;
   }
   samples.resize(measured);
-  result.samples = measured;
+  return samples;
+}
+
+// The sample spacing: about the nominal wall thickness, which a coarse first pass estimates (samples as far
+// apart as the wall is thick give the same statistics as much denser ones), within fixed shares of the diagonal
+// and the sample cap.
+double SampleSpacing(const Part& part, const TriangleTree& tree, const Budget& budget, bool& cutShort) {
+  const double diagonal = part.box.Diagonal();
+  double total = 0;
+  for (const FaceInfo& face : part.faces) total += face.area;
+  const double densest = std::max(diagonal * kSpacingShare, std::sqrt(total / kMaxSamples));
+  const double coarsest = diagonal * kPilotSpacingShare;
+  std::vector<std::pair<double, double>> values;
+  for (const Sample& s : MeasureSamples(part, tree, std::max(coarsest, densest), budget, cutShort))
+    if (s.value > 0) values.push_back({s.value, s.weight});
+  const double wall = WeightedMedian(values);
+  return std::clamp(wall, densest, std::max(coarsest, densest));
+}
+}  // namespace
+
+Thickness MeasureThickness(const Part& part, const TriangleTree& tree, const Budget& budget, bool& cutShort) {
+  Thickness result;
+  const std::vector<Sample> samples = MeasureSamples(part, tree, SampleSpacing(part, tree, budget, cutShort), budget, cutShort);
+  result.samples = samples.size();
 
   // Per face: median of the combined values and of the rays alone.
   std::unordered_map<int, std::vector<std::pair<double, double>>> values, rays;
