@@ -46,7 +46,8 @@ void OperatorWords(CKvxParamStorage& parameter, std::wstring& wording, std::wstr
     case KVX_OP_GREATER: wording = LoadResString(kvx::res::kOperatorMoreThan); break;
     case KVX_OP_RANGE:
       wording = LoadResString(kvx::res::kOperatorRange);
-      value += L" to " + ValueText(parameter, 1);
+      // The joining word is the dialogs' "to" between a range's two values (" to " in English).
+      value += L" " + LoadResString(kvx::res::kRangeTo) + L" " + ValueText(parameter, 1);
       break;
     default: wording.clear(); break;
   }

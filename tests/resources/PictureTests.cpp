@@ -3,6 +3,8 @@
 // drawing that carries words carries the words of its own library's table.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "../support/LanguageList.h"
 #include <pugixml.hpp>
 
 #include <algorithm>
@@ -22,13 +24,8 @@ using ::testing::Contains;
 
 namespace {
 
-// Every language the build makes a library for (a comma-separated list from the build), English first.
-const std::vector<std::string> kLanguages = [] {
-  std::vector<std::string> languages;
-  std::stringstream list(KVX_LANGUAGES);
-  for (std::string language; std::getline(list, language, ',');) languages.push_back(language);
-  return languages;
-}();
+// Every built language, English first.
+const std::vector<std::string> kLanguages = kvx::test::BuiltLanguages();
 
 namespace res = kvx::res;
 const std::vector<int> kRulePictures = {

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../support/LanguageList.h"
+
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -14,6 +16,7 @@
 
 #include "Placeholders.h"
 #include "StringTable.h"
+#include "kvx/params/ValueUtils.h"
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
@@ -44,14 +47,6 @@ StringTable Table(const std::string& language) {
   return parse.table;
 }
 
-// Every language the build makes a library for (a comma-separated list from the build).
-std::vector<std::string> Languages() {
-  std::vector<std::string> languages;
-  std::stringstream list(KVX_LANGUAGES);
-  for (std::string language; std::getline(list, language, ',');) languages.push_back(language);
-  return languages;
-}
-
 std::unique_ptr<kvx::platform::ResourceLibrary> Library(const std::string& language) {
   return kvx::platform::ResourceLibrary::Load(kvx::platform::Widen(KVX_RESOURCE_ROOT "/" + language + "/") +
                                               kvx::platform::LibraryFileName(L"KVXIMRulesResu"));
@@ -67,8 +62,11 @@ TEST(ResourceTables, EveryNamedIdIsInEveryLibraryAndEveryEntryIsNamed) {
   for (const auto& [name, id] : named) {
     EXPECT_TRUE(namedIds.insert(id).second) << name << " repeats id " << id;
   }
-  ASSERT_EQ(Languages().size(), 13u);
-  for (const std::string& language : Languages()) {
+  // A library for every language the module's language table names, and for no other.
+  std::vector<std::string> known;
+  for (const std::wstring& name : kvx::params::LanguageNames()) known.push_back(kvx::platform::Narrow(name));
+  EXPECT_THAT(kvx::test::BuiltLanguages(), ::testing::UnorderedElementsAreArray(known));
+  for (const std::string& language : kvx::test::BuiltLanguages()) {
     SCOPED_TRACE(language);
     const auto library = Library(language);
     ASSERT_TRUE(library);
@@ -128,7 +126,7 @@ TEST(ResourceTables, KeyTextsAreExact) {
     EXPECT_EQ(english.Find(id)->text, name) << id;
   }
 
-  for (const std::string& language : Languages()) {
+  for (const std::string& language : kvx::test::BuiltLanguages()) {
     SCOPED_TRACE(language);
     const StringTable table = Table(language);
     // The summaries look up the default constraint by this name in every language.

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "../support/LanguageList.h"
 #include "../support/ModuleFixture.h"
 #include "RuleTestSupport.h"
 #include "ViewTestSupport.h"
@@ -28,14 +29,6 @@
 #include "kvx/ui/qt/RecoMoldTolDialog.h"
 
 namespace {
-
-// Every language the build makes a library for (a comma-separated list from the build).
-std::vector<std::string> Languages() {
-  std::vector<std::string> languages;
-  std::stringstream list(KVX_LANGUAGES);
-  for (std::string language; std::getline(list, language, ',');) languages.push_back(language);
-  return languages;
-}
 
 // Every text of `dialog` that is cut: a label, button or check box narrower than its text, a list
 // column narrower than its header or one of its cells.
@@ -86,7 +79,7 @@ class DialogsInEveryLanguage : public kvx::test::ModuleFixture {
 
 TEST_F(DialogsInEveryLanguage, NoTextIsCut) {
   kvx::rules::SetToleranceCollectorSource([] { return kvx::rules::ToleranceCollector{}; });
-  for (const std::string& language : Languages()) {
+  for (const std::string& language : kvx::test::BuiltLanguages()) {
     SCOPED_TRACE(language);
     UseLocalizedLanguage(language);
     const kvx::platform::ResourceLibrary& library = *kvx::params::Module().localizedResources;

@@ -187,7 +187,7 @@ constexpr int kBossWallRatioParam = 3141;
 constexpr int kBossHeightRatioParam = 3142;
 
 // ---- Generic rule dialog ----------------------------------------------------------------------
-constexpr int kRangeTo = 3240;                // between the two value fields of a range
+constexpr int kRangeTo = 3240;                // between a range's two values: dialog fields, rib tip summary
 constexpr int kParameterEnabled = 3241;       // check box of a limit that can be switched off
 constexpr int kUnnamedParameter = 3242;       // format: the parameter's id
 constexpr int kValueNotANumber = 3243;        // format: the parameter's name
