@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cwchar>
-#include <sstream>
+#include <fstream>
+#include <iterator>
 #include <string_view>
 #include <unordered_map>
 
@@ -212,26 +213,25 @@ KvxXMLDocument::~KvxXMLDocument() {
 }
 
 namespace {
-// Line numbers are what a user can act on; pugixml reports byte offsets.
-std::wstring LineOf(std::ptrdiff_t offset, const std::string& text) {
-  size_t line = 1;
-  for (size_t i = 0; offset > 0 && i < static_cast<size_t>(offset) && i < text.size(); ++i) line += text[i] == '\n';
-  return L"line " + std::to_wstring(line) + L": ";
-}
-
 // What the lenient parser lets through but a strict reader refuses (a second top-level element, an
 // attribute given twice, a character XML cannot hold, a malformed name), and what goes beyond the limits.
-// One pass without recursion, linear in the size of the document. Empty when the document passes.
+// One pass without recursion, linear in the size of the document. No reason when the document passes.
+struct Refusal {
+  std::ptrdiff_t offset = -1;  // where in the text, when known
+  std::wstring reason;
+};
+
 class DocumentCheck : public pugi::xml_tree_walker {
  public:
-  explicit DocumentCheck(const std::string& source) : source_(source) {}
-
-  std::wstring Problem(pugi::xml_document& parsed) {
+  Refusal Problem(pugi::xml_document& parsed) {
     int roots = 0;
     for (pugi::xml_node top : parsed.children()) {
-      if (top.type() == pugi::node_element && ++roots > 1) return At(top, L"more than one root element");
+      if (top.type() == pugi::node_element && ++roots > 1) {
+        Fail(top, L"more than one root element");
+        return problem_;
+      }
     }
-    if (roots == 0) return L"the document has no root element";
+    if (roots == 0) return {-1, L"the document has no root element"};
     parsed.traverse(*this);
     return problem_;
   }
@@ -269,77 +269,101 @@ class DocumentCheck : public pugi::xml_tree_walker {
     return true;
   }
 
-  std::wstring At(const pugi::xml_node& node, const std::wstring& what) const {
-    return LineOf(node.offset_debug(), source_) + what;
-  }
   bool Fail(const pugi::xml_node& node, const std::wstring& what) {
-    problem_ = At(node, what);
+    problem_ = {node.offset_debug(), what};
     return false;
   }
 
-  const std::string& source_;
-  std::wstring problem_;
+  Refusal problem_;
   long elements_ = 0;
   std::vector<std::string_view> names_;
 };
+
+// Why a parsed document cannot be taken, with no reason when it can.
+Refusal Check(pugi::xml_document& parsed, const pugi::xml_parse_result& result) {
+  if (!result) return {static_cast<std::ptrdiff_t>(result.offset), Widen(result.description())};
+  return DocumentCheck().Problem(parsed);
+}
+
+// Line numbers are what a user can act on; pugixml reports byte offsets.
+std::wstring Explain(const Refusal& refusal, std::string_view text) {
+  if (refusal.offset < 0) return refusal.reason;
+  const auto end = text.begin() + std::min(static_cast<size_t>(refusal.offset), text.size());
+  const auto line = 1 + std::count(text.begin(), end, '\n');
+  return L"line " + std::to_wstring(line) + L": " + refusal.reason;
+}
 }  // namespace
 
-bool KvxXMLDocument::LoadText(const std::string& utf8, std::wstring& error) {
-  pugi::xml_document fresh;
-  const pugi::xml_parse_result result = fresh.load_buffer(utf8.data(), utf8.size(), pugi::parse_default,
-                                                          pugi::encoding_utf8);
-  if (!result) {
-    error = LineOf(result.offset, utf8) + Widen(result.description());
-    return false;
-  }
-  if (std::wstring problem = DocumentCheck(utf8).Problem(fresh); !problem.empty()) {
-    error = problem;
-    return false;
+void KvxXMLDocument::Adopt(pugi::xml_document& fresh) {
+  // Without parked nodes the parsed tree becomes the content as it is, without a copy.
+  const pugi::xml_node staging = doc_.child(kStagingName);
+  if (!staging || !staging.first_child()) {
+    doc_ = std::move(fresh);
+    return;
   }
   // The content is replaced, the parked nodes stay: their handles are still held by someone.
   ClearContent(doc_);
-  const pugi::xml_node staging = doc_.child(kStagingName);
-  for (pugi::xml_node child : fresh.children()) {
-    if (staging) doc_.insert_copy_before(child, staging);
-    else doc_.append_copy(child);
+  for (pugi::xml_node child : fresh.children()) doc_.insert_copy_before(child, staging);
+}
+
+bool KvxXMLDocument::LoadText(const std::string& utf8, std::wstring& error) {
+  pugi::xml_document fresh;
+  const Refusal refusal =
+      Check(fresh, fresh.load_buffer(utf8.data(), utf8.size(), pugi::parse_default, pugi::encoding_utf8));
+  if (!refusal.reason.empty()) {
+    error = Explain(refusal, utf8);
+    return false;
   }
+  Adopt(fresh);
   return true;
 }
 
 bool KvxXMLDocument::LoadFile(const std::wstring& path, std::wstring& error) {
-  std::string bytes;
-  {
-    FILE* file = std::fopen(Narrow(path).c_str(), "rb");
-    if (!file) {
-      error = path + L": cannot open the file";
-      return false;
-    }
-    char buffer[65536];
-    size_t n = 0;
-    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, n);
-    const bool failed = std::ferror(file) != 0;
-    std::fclose(file);
-    if (failed) {
-      error = path + L": cannot read the file";
-      return false;
-    }
-  }
-  if (!LoadText(bytes, error)) {
-    error = path + L": " + error;
+  // pugixml reads the file in one piece and parses it where it lies.
+  const std::string narrowPath = Narrow(path);
+  pugi::xml_document fresh;
+  const pugi::xml_parse_result result = fresh.load_file(narrowPath.c_str(), pugi::parse_default, pugi::encoding_utf8);
+  if (result.status == pugi::status_file_not_found) {
+    error = path + L": cannot open the file";
     return false;
   }
+  if (result.status == pugi::status_io_error || result.status == pugi::status_out_of_memory) {
+    error = path + L": cannot read the file";
+    return false;
+  }
+  const Refusal refusal = Check(fresh, result);
+  if (!refusal.reason.empty()) {
+    // Read again only to give the line of the problem.
+    std::ifstream file(narrowPath, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    error = path + L": " + Explain(refusal, text);
+    return false;
+  }
+  Adopt(fresh);
   return true;
 }
 
+namespace {
+// Collects the written document in one string.
+class StringWriter : public pugi::xml_writer {
+ public:
+  explicit StringWriter(std::string& out) : out_(out) {}
+  void write(const void* data, size_t size) override { out_.append(static_cast<const char*>(data), size); }
+
+ private:
+  std::string& out_;
+};
+}  // namespace
+
 std::string KvxXMLDocument::ToText() const {
-  std::ostringstream out;
-  out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+  std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+  StringWriter out(text);
   for (pugi::xml_node child : doc_.children()) {
     if (child.type() == pugi::node_declaration) continue;
     if (child.name() == std::string_view(kStagingName)) continue;
     child.print(out, "  ", pugi::format_indent, pugi::encoding_utf8);
   }
-  return out.str();
+  return text;
 }
 
 bool KvxXMLDocument::SaveFile(const std::wstring& path, std::wstring& error) const {

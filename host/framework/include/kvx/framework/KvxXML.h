@@ -100,6 +100,8 @@ class KVX_FRAMEWORK_API KvxXMLDocument {
 
  private:
   pugi::xml_node Staging();
+  // Makes a parsed and checked document the content, keeping the parked nodes.
+  void Adopt(pugi::xml_document& fresh);
   pugi::xml_document doc_;
   unsigned long generation_ = 0;
 };
