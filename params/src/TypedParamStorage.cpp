@@ -5,8 +5,8 @@
 
 #include <cstdio>
 #include <cwchar>
-#include <sstream>
 
+#include "ReadDouble.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/params/ModuleContext.h"
 
@@ -45,11 +45,7 @@ typename ValueOf<kType>::type FromText(const std::wstring& text) {
   } else if constexpr (kType == KVX_TYPE_BOOL) {
     return text != L"0";
   } else if constexpr (kType == KVX_TYPE_DOUBLE) {
-    std::wistringstream in(text);
-    in.imbue(std::locale::classic());
-    double value = 0.0;
-    if (!(in >> value)) return 0.0;
-    return value;
+    return ReadDouble(text);
   } else if constexpr (kType == KVX_TYPE_STRING) {
     return text;
   } else {
@@ -109,14 +105,6 @@ void WriteDeviation(KvxXMLNode& criteria, const wchar_t* kind, const Criticality
   }
 }
 
-double StreamDouble(const std::wstring& text) {
-  std::wistringstream in(text);
-  in.imbue(std::locale::classic());
-  double value = 0.0;
-  if (!(in >> value)) return 0.0;
-  return value;
-}
-
 // Reads one level of a deviation element. Three or more values leave both texts empty, so the pair
 // comes back as (0, 0); kept as it is.
 void ReadCriticalityNode(const KvxXMLNode& deviation, const wchar_t* name, std::int32_t level, CriticalityMap& map) {
@@ -132,7 +120,7 @@ void ReadCriticalityNode(const KvxXMLNode& deviation, const wchar_t* name, std::
     csValue1 = values->GetItem(0)->GetNodeValue();
     csValue2 = values->GetItem(1)->GetNodeValue();
   }
-  map[level] = CriticalityPair{StreamDouble(csValue1), StreamDouble(csValue2)};
+  map[level] = CriticalityPair{ReadDouble(csValue1), ReadDouble(csValue2)};
 }
 
 std::unique_ptr<KvxXMLNode> FindParameterElement(const KvxXMLNode& ruleNode, long id) {

@@ -16,7 +16,7 @@
 
 #include "Placeholders.h"
 #include "StringTable.h"
-#include "kvx/params/ValueUtils.h"
+#include "kvx/utility/LocationHelper.h"
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
@@ -64,7 +64,7 @@ TEST(ResourceTables, EveryNamedIdIsInEveryLibraryAndEveryEntryIsNamed) {
   }
   // A library for every language the module's language table names, and for no other.
   std::vector<std::string> known;
-  for (const std::wstring& name : kvx::params::LanguageNames()) known.push_back(kvx::platform::Narrow(name));
+  for (const std::wstring& name : CLanguageUtil::LanguageNames()) known.push_back(kvx::platform::Narrow(name));
   EXPECT_THAT(kvx::test::BuiltLanguages(), ::testing::UnorderedElementsAreArray(known));
   for (const std::string& language : kvx::test::BuiltLanguages()) {
     SCOPED_TRACE(language);
