@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cwchar>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
@@ -321,6 +322,12 @@ bool KvxXMLDocument::LoadText(const std::string& utf8, std::wstring& error) {
 bool KvxXMLDocument::LoadFile(const std::wstring& path, std::wstring& error) {
   // pugixml reads the file in one piece and parses it where it lies.
   const std::string narrowPath = Narrow(path);
+  // A folder or a device opens like a file but has no size to read in one piece.
+  std::error_code kind;
+  if (std::filesystem::exists(narrowPath, kind) && !std::filesystem::is_regular_file(narrowPath, kind)) {
+    error = path + L": not a file";
+    return false;
+  }
   pugi::xml_document fresh;
   const pugi::xml_parse_result result = fresh.load_file(narrowPath.c_str(), pugi::parse_default, pugi::encoding_utf8);
   if (result.status == pugi::status_file_not_found) {

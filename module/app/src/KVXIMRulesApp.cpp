@@ -1,6 +1,7 @@
 #include "kvx/module/KVXIMRulesApp.h"
 
 #include "kvx/params/ModuleContext.h"
+#include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Locale.h"
 #include "kvx/platform/Paths.h"
@@ -73,7 +74,15 @@ bool CKVXIMRulesApp::InitInstance() {
   context_.materialWorkflow = m_bMaterialWorkflow;
   contextScope_.emplace(context_);
 
-  g_commonRules = kvx::platform::DynamicLibrary::Load(kvx::platform::LibraryFileName(kCommonRulesLibraryName)).release();
+  // By its full path beside this module: a bare name would be searched from whichever library called the
+  // loader (a sanitizer's runtime, for one), not from this module's folder.
+  const std::wstring moduleFolder =
+      kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&GetCommonRulesLibrary)));
+  const std::wstring fileName = kvx::platform::LibraryFileName(kCommonRulesLibraryName);
+  auto common = kvx::platform::DynamicLibrary::Load(kvx::platform::JoinPath(moduleFolder, fileName));
+  // Linked into a program (as in tests) rather than into the module: the loader's own search finds it.
+  if (!common) common = kvx::platform::DynamicLibrary::Load(fileName);
+  g_commonRules = common.release();
   return true;
 }
 
