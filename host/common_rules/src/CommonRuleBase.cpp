@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "CommonRuleTable.h"
+#include "LibraryContext.h"
 #include "kvx/common_rules/CommonRules.h"
 #include "kvx/framework/KvxUnitConvertor.h"
 #include "kvx/framework/KvxXML.h"
@@ -15,6 +16,7 @@
 #include "kvx/platform/Resources.h"
 #include "kvx/res/StringIds.h"
 
+using kvx::common_rules::LibraryContext;
 using kvx::common_rules::ParamRow;
 using kvx::common_rules::Quantity;
 using kvx::common_rules::RowOf;
@@ -85,11 +87,9 @@ void ConvertRange(CKvxParamStorage& parameter, const Conversion& conversion) {
 
 void ApplyDefaults(CKvxParamStorage& parameter, const ParamRow& row, const RuleUnitSystemStructure& units) {
   parameter.csName = kvx::platform::LoadResString(static_cast<int>(row.id));
-  parameter.iOperator = row.op;
-  parameter.operatorOptions.clear();
-  for (KvxOperator_e option : row.options) {
-    if (option != KVX_OP_NONE) parameter.operatorOptions.push_back(option);
-  }
+  parameter.iOperator = row.limit.op;
+  parameter.operatorOptions = {row.limit.op};
+  if (row.limit.alternative != KVX_OP_NONE) parameter.operatorOptions.push_back(row.limit.alternative);
   parameter.csSymbol = row.symbol;
   parameter.csUnit = UnitTextOf(row, units);
   parameter.iDisplay = 1;
@@ -192,7 +192,7 @@ CKVXCommonRuleBase::~CKVXCommonRuleBase() = default;
 void CKVXCommonRuleBase::InitializeParamStorage() {
   ClearParameterArray();
   for (const ParamRow& row : RowOf(m_kind).params) {
-    auto parameter = CreateParamStorageObject(KVX_TYPE_DOUBLE, row.id, row.op, kPlainParameter, true, false);
+    auto parameter = CreateParamStorageObject(KVX_TYPE_DOUBLE, row.id, row.limit.op, kPlainParameter, true, false);
     if (!parameter) continue;
     ApplyDefaults(*parameter, row, m_unitSystem);
     AddParameter(std::move(parameter));
@@ -203,6 +203,7 @@ void CKVXCommonRuleBase::InitializeParamStorage() {
 
 void CKVXCommonRuleBase::PopulateParametersFromXML(KvxXMLNode* node) {
   if (!node) return;
+  const kvx::params::ModuleContextScope context(LibraryContext());
   const RuleUnitSystemStructure before = m_unitSystem;
   // The reader appends what it finds, so the lists are emptied first: reading the same node twice gives
   // the same values. A parameter the node does not carry gets its previous values back.
@@ -232,6 +233,7 @@ void CKVXCommonRuleBase::PopulateParametersFromXML(KvxXMLNode* node) {
 
 std::unique_ptr<KvxXMLNode> CKVXCommonRuleBase::GetXML() {
   RebuildSummary();
+  const kvx::params::ModuleContextScope context(LibraryContext());
   return kvx::module::WriteRuleRecord(this);
 }
 

@@ -1,19 +1,22 @@
 // The classes rule modules construct by name, each one row of the rule table, and the library's export.
+#include "LibraryContext.h"
 #include "kvx/common_rules/CommonRules.h"
-#include "kvx/params/ModuleContext.h"
 
-namespace {
-// Each library that links the parameter code keeps its own module context. This library has no application
-// object: its context, with no resource libraries, is installed for as long as the library is loaded.
+namespace kvx::common_rules {
+
+// Library-wide because SetXMLDoc, a C export without a rule to hand, sets the document for every rule
+// of the library at once. It has no resource libraries: this library has no application object.
 kvx::params::ModuleContext& LibraryContext() {
   static kvx::params::ModuleContext context;
   return context;
 }
-const kvx::params::ModuleContextScope theContextScope(LibraryContext());
-}  // namespace
+
+}  // namespace kvx::common_rules
 
 // How a rule module shares its document with the rules of this library.
-extern "C" KVX_COMMON_RULES_API void SetXMLDoc(KvxXMLDocument* doc) { LibraryContext().xmlDocument = doc; }
+extern "C" KVX_COMMON_RULES_API void SetXMLDoc(KvxXMLDocument* doc) {
+  kvx::common_rules::LibraryContext().xmlDocument = doc;
+}
 
 #define KVX_DEFINE_COMMON_RULE(ClassName, Kind)                                                             \
   ClassName::ClassName(const std::wstring& moduleDisplayName, const std::wstring& moduleKey,               \

@@ -1,7 +1,6 @@
 #pragma once
 // The rule table behind the classes of this library: one row per rule, with its parameters.
 // Internal to the library; nothing here is exported.
-#include <array>
 #include <string>
 #include <vector>
 
@@ -19,15 +18,20 @@ enum class Quantity {
   Switch,   // 1.0 on, 0.0 off
 };
 
+// The limit a parameter sets: its operator first, then the one the user may choose instead.
+struct Limit {
+  KvxOperator_e op;
+  KvxOperator_e alternative;  // KVX_OP_NONE where a rule offers only one
+};
+
 struct ParamRow {
   long id;  // also the resource string of the parameter's name
   Quantity quantity;
   double defaultValue;  // lengths in millimetres, angles in degrees
-  KvxOperator_e op;
-  std::array<KvxOperator_e, 2> options;  // KVX_OP_NONE where a rule offers only one
+  Limit limit;
   const wchar_t* symbol;
-  const wchar_t* ratioBase;  // unit text of a ratio ("t" wall thickness, "D" diameter); unused otherwise
-  double rangeMin;           // permitted range, in the same units as the default
+  const wchar_t* ratioBase = L"";  // unit text of a ratio ("t" wall thickness, "D" diameter)
+  double rangeMin;                 // permitted range, in the same units as the default
   double rangeMax;
 };
 
