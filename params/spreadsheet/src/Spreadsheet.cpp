@@ -18,6 +18,10 @@ namespace {
 
 constexpr wchar_t kScratchLogName[] = L"KVX.log";
 
+// The module's last row: one value for the whole process, kept from one read to the next, because that
+// is how the module's callers know it. Only ReadSpreadsheet changes it, by handing it to the workbook road.
+constinit std::int32_t g_moduleLastRow = 0;
+
 // File names compare without case where these files come from, so "TABLE.XLSX" takes the helper too.
 bool HasXlsxExtension(const std::wstring& path) {
   constexpr std::wstring_view kExtension = L".xlsx";
@@ -59,11 +63,6 @@ std::wstring HelperLibrary() {
 
 namespace detail {
 
-std::int32_t& ModuleLastRow() {
-  static std::int32_t lastRow = 0;
-  return lastRow;
-}
-
 bool ReadThroughHelper(const std::wstring& library, const std::wstring& path,
                        const std::vector<ColumnRequest>& requests, SpreadsheetTable& table, std::wstring& error) {
   const auto helper = kvx::platform::DynamicLibrary::Load(library);
@@ -79,7 +78,7 @@ bool ReadSpreadsheet(const std::wstring& path, const std::vector<ColumnRequest>&
                      SpreadsheetTable& table, std::wstring& error) {
   if (HasXlsxExtension(path)) return detail::ReadThroughHelper(HelperLibrary(), path, requests, table, error);
   try {
-    return detail::ReadThroughWorkbookRoad(path, requests, table, error);
+    return detail::ReadThroughWorkbookRoad(path, requests, table, error, g_moduleLastRow);
   } catch (const std::exception&) {  // out of memory on a huge sheet: reported like any unreadable file
     error = kvx::platform::LoadResString(kvx::res::kSpreadsheetAppMissing);
     return false;
@@ -96,7 +95,7 @@ bool CheckSpreadsheetTable(const SpreadsheetTable& table, std::wstring& error) {
   return false;
 }
 
-std::int32_t SpreadsheetLastRow() { return detail::ModuleLastRow(); }
+std::int32_t SpreadsheetLastRow() { return g_moduleLastRow; }
 
 int ProbeDirectoryWithLogFile(const std::wstring& directory) {
   if (directory.empty() || !kvx::platform::DirectoryExists(directory)) return kNotADirectory;

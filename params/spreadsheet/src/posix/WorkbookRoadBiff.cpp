@@ -14,14 +14,14 @@
 namespace kvx::params::detail {
 
 bool ReadThroughWorkbookRoad(const std::wstring& path, const std::vector<ColumnRequest>& requests,
-                             SpreadsheetTable& table, std::wstring& error) {
+                             SpreadsheetTable& table, std::wstring& error, std::int32_t& lastRow) {
   table.clear();
   try {
     const auto stream = WorkbookStreamOfFile(kvx::platform::Narrow(path));
     const auto sheet = stream ? BiffSheet::Parse(*stream, requests) : nullptr;
     // Missing, damaged and unsupported files alike are files the spreadsheet could not open.
     if (sheet) {
-      kvx::sheet::ReadColumns(*sheet, requests, table, ModuleLastRow());  // never fails: all is read
+      kvx::sheet::ReadColumns(*sheet, requests, table, lastRow);  // never fails: all is read
       return true;
     }
   } catch (const std::bad_alloc&) {  // a sheet too big for memory
