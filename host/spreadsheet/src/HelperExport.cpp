@@ -1,10 +1,10 @@
 // The helper library's one export: reads an .xlsx workbook column by column for the module.
 #include <type_traits>
 
+#include "kvx/contracts/SheetAbi.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/res/StringIds.h"
 #include "kvx/spreadsheet/ColumnWalk.h"
-#include "kvx/spreadsheet/SheetAbi.h"
 #include "kvx/spreadsheet/XlsxSheet.h"
 
 namespace {

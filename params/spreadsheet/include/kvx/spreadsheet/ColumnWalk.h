@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "kvx/spreadsheet/SheetAbi.h"
+#include "kvx/contracts/SheetAbi.h"
 
 namespace kvx::sheet {
 
