@@ -9,6 +9,7 @@
 
 #include "../support/ModuleFixture.h"
 #include "kvx/framework/KvxTypes.h"
+#include "kvx/params/ResourceText.h"
 #include "kvx/res/StringIds.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/rules/RecoMoldTolDatabase.h"
@@ -325,9 +326,13 @@ TEST_F(RecoMoldTolDlgTest, OkRefusesWhatCannotBeAndWritesNothing) {
 // or cancelled one changes nothing, and without a current material no file is asked for.
 TEST_F(RecoMoldTolDlgTest, ImportingAnXlsxReplacesTheCurrentMaterialsRows) {
   auto dialog = Open(rule_.get());
+  // Nothing of a refused sheet is imported: an Up to of 0, or an Over the decimal reader would misread.
   files_.Answer("upto-zero.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Refused);
-  EXPECT_EQ(MessageTexts(), Texts{En(kvx::res::kToleranceValueNotPositive)});
+  files_.Answer("over-text.xlsx");
+  EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Refused);
+  EXPECT_EQ(MessageTexts(), (Texts{En(kvx::res::kToleranceValueNotPositive),
+                                   kvx::params::FormatText(En(kvx::res::kSheetOverNotANumber), L"3")}));
   EXPECT_EQ(TableRow(*dialog, 0), (Row{L"0.0", L"10.0", L"0.2", L"0.004"})) << "nothing changed";
   files_.Answer("header-only.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::NothingToImport);
