@@ -21,7 +21,6 @@
 #include "kvx/params/TypedParamStorage.h"
 #include "kvx/rules/CKVXIMHoleDepthToDiaRule.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
-#include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/ui/qt/MinRibClearanceDialog.h"
 #include "kvx/ui/qt/RuleDialogs.h"
 
