@@ -105,9 +105,15 @@ class DatabaseDirectory : public kvx::test::ModuleFixture {
   std::optional<std::string> saved_;
 };
 
+// Without a report nothing is probed or shown; trailing backslashes are dropped.
 TEST_F(DatabaseDirectory, UsableAndMissingFoldersAreReported) {
+  ::setenv(kVariable, folder_.string().c_str(), 1);
+  EXPECT_FALSE(CheckDatabaseDirectory(false));
+  EXPECT_FALSE(fs::exists(folder_)) << "the probe would have created the folder";
+  EXPECT_THAT(messages_.messages, IsEmpty());
+
   fs::create_directories(folder_);
-  ::setenv(kVariable, (folder_.string() + "\\\\").c_str(), 1);  // trailing backslashes are dropped
+  ::setenv(kVariable, (folder_.string() + "\\\\").c_str(), 1);
   EXPECT_TRUE(CheckDatabaseDirectory(true));
   ::unsetenv(kVariable);
   EXPECT_FALSE(CheckDatabaseDirectory(true));
@@ -116,13 +122,6 @@ TEST_F(DatabaseDirectory, UsableAndMissingFoldersAreReported) {
   EXPECT_EQ(messages_.messages[0].caption, L"Korvex");
   EXPECT_EQ(messages_.messages[0].icon, KvxMessageIcon::Exclamation);
   EXPECT_EQ(messages_.messages[1].text, En(kvx::res::kDatabaseDirNotUsable));
-}
-
-TEST_F(DatabaseDirectory, WithoutAReportNothingIsProbedOrShown) {
-  ::setenv(kVariable, folder_.string().c_str(), 1);
-  EXPECT_FALSE(CheckDatabaseDirectory(false));
-  EXPECT_FALSE(fs::exists(folder_)) << "the probe would have created the folder";
-  EXPECT_THAT(messages_.messages, IsEmpty());
 }
 
 }  // namespace

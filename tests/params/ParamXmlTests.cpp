@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "../support/ModuleFixture.h"
@@ -32,6 +34,18 @@ std::vector<std::string> ValueTexts(const KvxXMLNode& parameter) {
   std::vector<std::string> texts;
   for (const pugi::xml_node& value : parameter.Raw().children("Value")) texts.emplace_back(value.text().get());
   return texts;
+}
+
+template <Type_e kType>
+using ValuesOf = std::remove_reference_t<decltype(std::declval<CTypedParamStorage<kType>&>().Values())>;
+
+// The "Value" texts a parameter of `kType` holding `values` writes.
+template <Type_e kType>
+std::vector<std::string> Written(ValuesOf<kType> values, KvxOperator_e op = KVX_OP_GREATER_EQUAL,
+                                 KvxParamType_e paramType = 8) {
+  auto parameter = Make<kType>(1, op, paramType);
+  parameter->Values() = std::move(values);
+  return ValueTexts(*parameter->GetParameterXML());
 }
 
 class ParamXmlTest : public kvx::test::ModuleFixture {
@@ -76,29 +90,19 @@ TEST_F(ParamXmlTest, WritesAttributesAndChildrenInTheirFixedOrder) {
     </Parameter>)"));
 }
 
+// Strings are written as their text and unsigned values with "%u" (the house decision for types 5 and 7).
 TEST_F(ParamXmlTest, WritesEachValueTypeInItsTextForm) {
-  auto ints = Make<KVX_TYPE_INT>(1);
-  ints->Values() = {-5, 2147483647};
-  EXPECT_THAT(ValueTexts(*ints->GetParameterXML()), ElementsAre("-5", "2147483647"));
-  auto flags = Make<KVX_TYPE_BOOL>(3);
-  flags->Values() = {true, false};
-  EXPECT_THAT(ValueTexts(*flags->GetParameterXML()), ElementsAre("1", "0"));
-  auto doubles = Make<KVX_TYPE_DOUBLE>(4);
-  doubles->Values() = {-0.0000004, 1234567.25};
-  EXPECT_THAT(ValueTexts(*doubles->GetParameterXML()), ElementsAre("-0.000000", "1234567.250000"));
-  // Strings are written as their text and unsigned values with "%u" (the house decision for types 5 and 7).
-  auto strings = Make<KVX_TYPE_STRING>(5);
-  strings->Values() = {L"a b", L""};
-  EXPECT_THAT(ValueTexts(*strings->GetParameterXML()), ElementsAre("a b", ""));
-  auto opaque = Make<KVX_TYPE_OPAQUE>(6);
-  opaque->Values() = {1234};
-  EXPECT_THAT(ValueTexts(*opaque->GetParameterXML()), ElementsAre(""));
-  auto unsigneds = Make<KVX_TYPE_UNSIGNED>(7);
-  unsigneds->Values() = {4000000000u};
-  EXPECT_THAT(ValueTexts(*unsigneds->GetParameterXML()), ElementsAre("4000000000"));
-  auto lists = Make<KVX_TYPE_STRING_LIST>(8);
-  lists->Values() = {StringList(std::vector<std::wstring>{L"x"}), std::nullopt};
-  EXPECT_THAT(ValueTexts(*lists->GetParameterXML()), ElementsAre("", ""));
+  EXPECT_THAT(Written<KVX_TYPE_INT>({-5, 2147483647}), ElementsAre("-5", "2147483647"));
+  EXPECT_THAT(Written<KVX_TYPE_BOOL>({true, false}), ElementsAre("1", "0"));
+  EXPECT_THAT(Written<KVX_TYPE_DOUBLE>({-0.0000004, 1234567.25}), ElementsAre("-0.000000", "1234567.250000"));
+  EXPECT_THAT(Written<KVX_TYPE_STRING>({L"a b", L""}), ElementsAre("a b", ""));
+  EXPECT_THAT(Written<KVX_TYPE_OPAQUE>({1234}), ElementsAre(""));
+  EXPECT_THAT(Written<KVX_TYPE_UNSIGNED>({4000000000u}), ElementsAre("4000000000"));
+  EXPECT_THAT(Written<KVX_TYPE_STRING_LIST>({StringList(std::vector<std::wstring>{L"x"}), std::nullopt}),
+              ElementsAre("", ""));
+  EXPECT_THAT(Written<KVX_TYPE_DOUBLE>({4.0}, KVX_OP_EQUAL), ElementsAre("4.000000")) << "only the range drops";
+  // Every value type but the string list has no attribute sets and writes nothing for its values.
+  EXPECT_THAT(Written<KVX_TYPE_DOUBLE>({1.0, 2.0}, KVX_OP_EQUAL, KVX_PARAM_MULTI_ATTRIBUTE), IsEmpty());
 }
 
 TEST_F(ParamXmlTest, RangeOperatorDropsOneFiveSevenElevenValuesInMemoryToo) {
@@ -112,9 +116,6 @@ TEST_F(ParamXmlTest, RangeOperatorDropsOneFiveSevenElevenValuesInMemoryToo) {
     EXPECT_EQ(ValueTexts(*element).size(), expected);
     EXPECT_EQ(range->Values().size(), expected);
   }
-  auto single = Make<KVX_TYPE_DOUBLE>(11, KVX_OP_EQUAL);
-  single->Values() = {4.0};
-  EXPECT_THAT(ValueTexts(*single->GetParameterXML()), ElementsAre("4.000000")) << "only the range operator";
 }
 
 TEST_F(ParamXmlTest, EmptyValuesAreResetOnlyWithoutRemarks) {
@@ -142,11 +143,6 @@ TEST_F(ParamXmlTest, MultiAttributeValuesBecomeAttributeSets) {
                         R"(<Value Attribute1="a" Attribute2="b" Attribute3="c" Attribute4="d" Attribute5="e")"
                         R"( Attribute6="f" Attribute7="g"/>)")) +
                         CanonicalXml(std::string(R"(<Value Attribute1="only"/>)")));
-
-  // Every other value type has no attribute sets and writes nothing for its values.
-  auto doubles = Make<KVX_TYPE_DOUBLE>(31, KVX_OP_EQUAL, KVX_PARAM_MULTI_ATTRIBUTE);
-  doubles->Values() = {1.0, 2.0};
-  EXPECT_THAT(ValueTexts(*doubles->GetParameterXML()), IsEmpty());
 }
 
 TEST_F(ParamXmlTest, NoDocumentNoElement) {

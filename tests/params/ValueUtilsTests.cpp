@@ -86,12 +86,10 @@ TEST(Numbers, ShortTextAndTrimmingKeepOneZeroAfterTheSeparator) {
   }
 }
 
-TEST(Numbers, NumericMeansOnlyDigitsAndDots) {
+// Numeric means only digits and dots; ToDouble reads the leading unsigned span.
+TEST(Numbers, NumericTextsAndToDouble) {
   for (const wchar_t* text : {L"", L"12", L".", L"1.2.3"}) EXPECT_TRUE(IsNumeric(text)) << kvx::platform::Narrow(text);
   for (const wchar_t* text : {L"-1", L"1e5", L"+2", L" 1", L"1,5"}) EXPECT_FALSE(IsNumeric(text)) << kvx::platform::Narrow(text);
-}
-
-TEST(Numbers, ToDoubleReadsTheLeadingUnsignedSpan) {
   const std::pair<const wchar_t*, double> cases[] = {{L" 7.5 ", 7.5}, {L"\t4\r\n", 4.0}, {L"-3", 0.0}, {L"+3", 0.0},
                                                      {L"12abc", 12.0}, {L"1.2.3", 1.2},  {L"1e5", 1.0}, {L"   ", 0.0}};
   for (const auto& [text, value] : cases) EXPECT_EQ(ToDouble(text), value) << kvx::platform::Narrow(text);
@@ -146,13 +144,19 @@ TEST(Numbers, JoinAndSplit) {
 
 class ResourceLookups : public kvx::test::ModuleFixture {};
 
-TEST_F(ResourceLookups, UnitTextsSkipTheUnusedCodes) {
+TEST_F(ResourceLookups, UnitTextsSkipTheUnusedCodesAndSeveritiesMapBothWays) {
   EXPECT_EQ(LengthUnitText(0), L"mm");
   EXPECT_EQ(LengthUnitText(6), En(kvx::res::kUnitAngstrom)) << "code 5 is a gap";
   EXPECT_EQ(LengthUnitText(10), L"\u00b5in");
   for (int code : {5, 11, -1}) EXPECT_EQ(LengthUnitText(code), L"") << code;
   EXPECT_EQ(AngleUnitText(3), En(kvx::res::kUnitDegreeMinuteSecond));
   for (int code : {4, -1}) EXPECT_EQ(AngleUnitText(code), L"") << code;
+
+  EXPECT_THAT(SeverityNames(), ElementsAre(L"Very Low", L"Low", L"Medium", L"High", L"Very High"));
+  EXPECT_EQ(SeverityNameToIndex(L"Very High"), 5);
+  EXPECT_EQ(SeverityNameToIndex(L"very high"), 0) << "compared with case";
+  for (int index : {0, 1, 5, 6}) EXPECT_EQ(SeverityIndexToCode(index), index >= 1 && index <= 5 ? index - 1 : -1);
+  EXPECT_EQ(SeverityCodeToName(5), L"");
 }
 
 TEST_F(ResourceLookups, TextsComeFromTheShownLanguageAndTheCurrentLibraryIsRestored) {
@@ -163,14 +167,6 @@ TEST_F(ResourceLookups, TextsComeFromTheShownLanguageAndTheCurrentLibraryIsResto
   EXPECT_EQ(SeverityNameToIndex(En(kvx::res::kSeverityMedium)), 0) << "the English name is not the shown one";
   EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), english_.get());
   kvx::platform::SetCurrentResourceLibrary(before);
-}
-
-TEST_F(ResourceLookups, SeverityNamesAndCodes) {
-  EXPECT_THAT(SeverityNames(), ElementsAre(L"Very Low", L"Low", L"Medium", L"High", L"Very High"));
-  EXPECT_EQ(SeverityNameToIndex(L"Very High"), 5);
-  EXPECT_EQ(SeverityNameToIndex(L"very high"), 0) << "compared with case";
-  for (int index : {0, 1, 5, 6}) EXPECT_EQ(SeverityIndexToCode(index), index >= 1 && index <= 5 ? index - 1 : -1);
-  EXPECT_EQ(SeverityCodeToName(5), L"");
 }
 
 // --- probes ------------------------------------------------------------------------------------------
@@ -188,21 +184,7 @@ TEST(Probes, PriorityDevelopmentOnlyForExactlyOne) {
   EXPECT_TRUE(IsPriorityDevelopment());
 }
 
-TEST(Probes, FileWritable) {
-  ScratchFolder folder;
-  EXPECT_FALSE(IsFileWritable(L""));
-  EXPECT_TRUE(IsFileWritable(folder / "missing.txt")) << "a missing file counts as writable";
-  EXPECT_FALSE(fs::exists(kvx::platform::Narrow(folder / "missing.txt"))) << "the probe creates nothing";
-  EXPECT_TRUE(IsFileWritable(folder.Path())) << "a folder is no file that cannot be opened";
-  const std::string locked = kvx::platform::Narrow(folder / "locked.txt");
-  std::ofstream(locked) << "x";
-  EXPECT_TRUE(IsFileWritable(folder / "locked.txt"));
-  ::chmod(locked.c_str(), 0444);
-  if (::geteuid() == 0) GTEST_SKIP() << "root may write any file";
-  EXPECT_FALSE(IsFileWritable(folder / "locked.txt"));
-}
-
-TEST(Probes, DirectoryUsable) {
+TEST(Probes, FileWritableAndDirectoryUsable) {
   ScratchFolder folder;
   EXPECT_FALSE(IsDirectoryUsable(L""));
   EXPECT_TRUE(IsDirectoryUsable(folder.Path()));
@@ -216,6 +198,17 @@ TEST(Probes, DirectoryUsable) {
   fs::create_directory(kvx::platform::Narrow(folder / "Temp"));
   EXPECT_TRUE(IsDirectoryUsable(folder.Path()));
   EXPECT_TRUE(fs::is_directory(kvx::platform::Narrow(folder / "Temp")));
+
+  EXPECT_FALSE(IsFileWritable(L""));
+  EXPECT_TRUE(IsFileWritable(folder / "missing.txt")) << "a missing file counts as writable";
+  EXPECT_FALSE(fs::exists(kvx::platform::Narrow(folder / "missing.txt"))) << "the probe creates nothing";
+  EXPECT_TRUE(IsFileWritable(folder.Path())) << "a folder is no file that cannot be opened";
+  const std::string locked = kvx::platform::Narrow(folder / "locked.txt");
+  std::ofstream(locked) << "x";
+  EXPECT_TRUE(IsFileWritable(folder / "locked.txt"));
+  ::chmod(locked.c_str(), 0444);
+  if (::geteuid() == 0) GTEST_SKIP() << "root may write any file";
+  EXPECT_FALSE(IsFileWritable(folder / "locked.txt"));
 }
 
 // --- checked formatting of resource formats ------------------------------------------------------------

@@ -1,15 +1,14 @@
 // The recommended moulding tolerance rule: its table from the database text, from a rule record, through the
 // XML round trip and through unit changes, and the lookup of the real database library.
 #include <gmock/gmock.h>
-#include <stdlib.h>
 
 #include <array>
 #include <filesystem>
-#include <optional>
 
 #include "kvx_db/KVXDataHelper.h"
 #include "kvx/framework/KvxTypes.h"  // before the fixture, which uses KVX_IDOK
 #include "../support/ModuleFixture.h"
+#include "../support/ScopedEnv.h"
 #include "kvx/params/TypedParamStorage.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Text.h"
@@ -219,6 +218,7 @@ TEST_F(RecoMoldTolTest, XmlRoundTripGivesBackEveryValue) {
   EXPECT_EQ(reloaded->m_lRuleSeverity, 3);
 }
 
+// A material lacking one of the four columns is passed over.
 TEST_F(RecoMoldTolTest, UnitChangeConvertsAllFourColumnsAndBack) {
   const std::wstring table = L"ABS,0,1,0.18,0.08;ABS,250,315,1.1,1;AISI_304,3,6,0.1,0.1";
   auto rule = RuleFromTable(table);
@@ -228,6 +228,14 @@ TEST_F(RecoMoldTolTest, UnitChangeConvertsAllFourColumnsAndBack) {
   rule->UpdateRule(&kInches, &kMillimetres);
   EXPECT_EQ(rule->m_unitSystem.iLengthUnit, KVX_UNIT_MM);
   ExpectSameTable(*rule, *RuleFromTable(table), 1e-12);
+  auto partial = rule->CreateConstraintObject(1, L"PARTIAL", false);
+  auto over = rule->CreateParamStorageObject(KVX_TYPE_DOUBLE, 2517, KVX_OP_EQUAL, 1, true, false);
+  over->GetDoubleValues()->push_back(25.4);
+  partial->AddParameter(std::move(over));
+  rule->AddConstraint(std::move(partial));
+  rule->UpdateRule(&kMillimetres, &kInches);
+  EXPECT_THAT(Column(*rule->Constraints()[2], 2517), ElementsAre(25.4));
+  EXPECT_NEAR(RowsOf(*rule, 0)[1][0], 250 / 25.4, 1e-12) << "the others are converted all the same";
 
   // The same length unit keeps the values but stores the new codes.
   const RuleUnitSystemStructure radians{KVX_UNIT_MM, KVX_ANGLE_RADIAN};
@@ -235,18 +243,6 @@ TEST_F(RecoMoldTolTest, UnitChangeConvertsAllFourColumnsAndBack) {
   fresh->UpdateRule(&kMillimetres, &radians);
   EXPECT_EQ(fresh->m_unitSystem.iAngleUnit, KVX_ANGLE_RADIAN);
   EXPECT_EQ(RowsOf(*fresh, 0)[0], (std::array{0.0, 1.0, 0.18, 0.08}));
-}
-
-TEST_F(RecoMoldTolTest, UnitChangeSkipsAConstraintLackingAColumn) {
-  auto rule = RuleFromTable(L"ABS,0,25.4,25.4,25.4");
-  auto partial = rule->CreateConstraintObject(1, L"PARTIAL", false);
-  auto over = rule->CreateParamStorageObject(KVX_TYPE_DOUBLE, 2517, KVX_OP_EQUAL, 1, true, false);
-  over->GetDoubleValues()->push_back(25.4);
-  partial->AddParameter(std::move(over));
-  rule->AddConstraint(std::move(partial));
-  rule->UpdateRule(&kMillimetres, &kInches);
-  EXPECT_EQ(RowsOf(*rule, 0), (Rows{{0, 1, 1, 1}}));
-  EXPECT_THAT(Column(*rule->Constraints()[1], 2517), ElementsAre(25.4));
 }
 
 TEST_F(RecoMoldTolTest, EditRuleOpensTheRulesDialogWithItsPicture) {
@@ -270,38 +266,20 @@ TEST_F(RecoMoldTolTest, EditRuleOpensTheRulesDialogWithItsPicture) {
   EXPECT_EQ(messages_.messages.size(), 1u);
 }
 
-// Points KVX_MATERIAL_DB into a fresh temporary folder for the test's lifetime.
-class TemporaryMaterialDatabase {
- public:
-  TemporaryMaterialDatabase() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kvx-tol-test-XXXXXX").string();
-    if (mkdtemp(pattern.data())) folder = pattern;
-    if (const char* value = getenv("KVX_MATERIAL_DB")) saved_ = value;
-    setenv("KVX_MATERIAL_DB", (folder / "materials.sqlite").c_str(), 1);
-  }
-  ~TemporaryMaterialDatabase() {
-    if (saved_) setenv("KVX_MATERIAL_DB", saved_->c_str(), 1);
-    else unsetenv("KVX_MATERIAL_DB");
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
-  }
-  std::filesystem::path folder;
-
- private:
-  std::optional<std::string> saved_;
-};
-
 TEST_F(RecoMoldTolTest, FactoryDatabaseLoadedBesideTheModuleGivesTheFactoryMaterials) {
-  TemporaryMaterialDatabase database;
-  ASSERT_FALSE(database.folder.empty());
+  // The module's own database goes into a fresh folder, removed afterwards.
+  const std::filesystem::path folder = std::filesystem::path(KVX_BIN_DIR) / "tests" / "tolerance-database";
+  std::filesystem::remove_all(folder);
+  ASSERT_TRUE(std::filesystem::create_directories(folder));
+  kvx::test::ScopedEnv database("KVX_MATERIAL_DB", (folder / "materials.sqlite").string());
   const std::wstring binFolder = kvx::platform::Widen(KVX_BIN_DIR);
   const std::wstring fileName = kvx::platform::LibraryFileName(L"KVXDatabaseu");
   const std::wstring libraryPath = kvx::platform::JoinPath(binFolder, fileName);
   ASSERT_TRUE(std::filesystem::exists(kvx::platform::Narrow(libraryPath))) << "KVXDatabaseu is not built";
 
   // A copy that nobody has loaded is not used: the rule never loads the library itself.
-  std::filesystem::copy_file(kvx::platform::Narrow(libraryPath), database.folder / kvx::platform::Narrow(fileName));
-  const std::wstring copyFolder = kvx::platform::Widen(database.folder.string());
+  std::filesystem::copy_file(kvx::platform::Narrow(libraryPath), folder / kvx::platform::Narrow(fileName));
+  const std::wstring copyFolder = kvx::platform::Widen(folder.string());
   kvx::rules::SetToleranceCollectorSource([&] { return kvx::rules::FindLoadedDatabaseCollector(copyFolder); });
   EXPECT_THAT(MaterialNames(CKVXRecoMoldTolRule(nullptr)), IsEmpty());
 
@@ -319,6 +297,8 @@ TEST_F(RecoMoldTolTest, FactoryDatabaseLoadedBesideTheModuleGivesTheFactoryMater
   EXPECT_FALSE(RowsOf(rule, 1).empty());
   for (size_t m = 2; m < rule.Constraints().size(); ++m) EXPECT_EQ(RowsOf(rule, m).size(), abs.size()) << m;
   EXPECT_THAT(messages_.messages, IsEmpty());
+  std::error_code ignored;
+  std::filesystem::remove_all(folder, ignored);
 }
 
 }  // namespace

@@ -114,17 +114,6 @@ TEST_F(RuleFrameTest, OnlyTheThroughHoleLimitHasItsOldValueLayoutNormalised) {
   EXPECT_EQ(rule.m_csSummary, Format(2346, L"", L"1.0", L"", L"2.5"));
 }
 
-TEST_F(RuleFrameTest, GetXmlWritesTheSummaryOfBeforeTheCall) {
-  CKVXIMHoleDepthToDiaRule rule;
-  const std::wstring built = rule.m_csSummary;
-  rule.m_csSummary = L"stale";
-  std::wstring first, second;
-  rule.GetXML()->GetAttributeValue(L"Summary", first);
-  rule.GetXML()->GetAttributeValue(L"Summary", second);
-  EXPECT_EQ(first, L"stale");
-  EXPECT_EQ(second, built);
-}
-
 // Edits the first value as a user would, then cancels; records which resource library was current.
 class CancellingDialog final : public IKvxRuleDialogService {
  public:
@@ -136,9 +125,17 @@ class CancellingDialog final : public IKvxRuleDialogService {
   const kvx::platform::ResourceLibrary* library = nullptr;
 };
 
-TEST_F(RuleFrameTest, EditingRebuildsTheSummaryWhateverTheEditorAnswers) {
+// GetXML writes the summary of before the call, and rebuilds it.
+TEST_F(RuleFrameTest, EditingAndWritingRebuildTheSummaryWhateverTheEditorAnswers) {
   SetMaterialWorkflow(false);
   CKVXIMHoleDepthToDiaRule rule;
+  const std::wstring built = rule.m_csSummary;
+  rule.m_csSummary = L"stale";
+  std::wstring first, second;
+  rule.GetXML()->GetAttributeValue(L"Summary", first);
+  rule.GetXML()->GetAttributeValue(L"Summary", second);
+  EXPECT_EQ(first, L"stale");
+  EXPECT_EQ(second, built);
   rule.m_csSummary = L"stale";
   rule.EditRule();  // no dialog in this host: the framework says so
   EXPECT_EQ(messages_.messages.size(), 1u);

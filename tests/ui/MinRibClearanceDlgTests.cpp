@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <tuple>
 
 #include "../support/ModuleFixture.h"
 #include "kvx/params/TypedParamStorage.h"
@@ -51,16 +52,14 @@ TEST_F(MinRibClearanceDlgTest, OpeningShowsTheValueTheOperatorAndTheSeverity) {
   EXPECT_EQ(view_.shownSeverity, 2);
   Parameter().iOperator = KVX_OP_LESS;
   EXPECT_EQ(Opened().SelectedOperator(), -1) << "an operator without text in the list selects nothing";
-}
 
-TEST_F(MinRibClearanceDlgTest, WithoutTheParameterOrTheRuleNothingIsFilledOrWritten) {
-  rule_->ClearParameterArray();
-  CKVXIMMinRibClearanceDlg dialog = Opened();
-  EXPECT_EQ(dialog.OperatorTexts().size(), 2u) << "the lists are filled all the same";
-  EXPECT_EQ(dialog.SelectedSeverity(), -1);
-  EXPECT_EQ(dialog.ValueText(), L"");
-  dialog.SelectSeverity(0);
-  dialog.OnOK();
+  rule_->ClearParameterArray();  // without the parameter or the rule nothing is filled or written
+  CKVXIMMinRibClearanceDlg bare = Opened();
+  EXPECT_EQ(bare.OperatorTexts().size(), 2u) << "the lists are filled all the same";
+  EXPECT_EQ(bare.SelectedSeverity(), -1);
+  EXPECT_EQ(bare.ValueText(), L"");
+  bare.SelectSeverity(0);
+  bare.OnOK();
   EXPECT_EQ(rule_->m_lRuleSeverity, 2) << "OK changes nothing without the parameter";
   CKVXIMMinRibClearanceDlg none(nullptr, {});
   none.Open();
@@ -68,8 +67,19 @@ TEST_F(MinRibClearanceDlgTest, WithoutTheParameterOrTheRuleNothingIsFilledOrWrit
   EXPECT_TRUE(none.OperatorTexts().empty());
 }
 
+// OK takes severity, operator and value in that order, with no range check; empty selections are reset
+// to the rule's own rather than taken.
 TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValueWithoutARangeCheck) {
   CKVXIMMinRibClearanceDlg dialog = Opened();
+  dialog.SelectSeverity(-1);
+  dialog.SelectOperator(-1);
+  view_ = ViewRecorder();
+  dialog.OnOK();
+  EXPECT_EQ(rule_->m_lRuleSeverity, 2);
+  EXPECT_EQ(Parameter().iOperator, KVX_OP_GREATER_EQUAL);
+  EXPECT_EQ(view_.shownSeverity, 2);
+  EXPECT_EQ(view_.shownOperator, 1);
+
   dialog.SelectSeverity(4);
   dialog.SelectOperator(0);
   dialog.SetValueText(L"0");
@@ -81,29 +91,18 @@ TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValueWithoutARangeCheck
   Values().clear();
   Opened().OnOK();
   EXPECT_EQ(Values(), std::vector<double>{0.0}) << "appended to an empty list";
-  EXPECT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"12.5", L"."));
-  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"-1", L"."));
-  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5", L".")) << "a comma where the user writes a point";
-  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1.5,", L","));
 
-  CKVXIMMinRibClearanceDlg german(rule_.get(), {}, L",");  // "1,5" is 1.5 in German, never 15 or 1
+  // "1,5" is 1.5 in German, never 15 or 1; a comma where the user writes a point is refused.
+  const std::tuple<const wchar_t*, const wchar_t*, bool> texts[] = {
+      {L"12.5", L".", true}, {L"-1", L".", false}, {L"1,5", L".", false}, {L"1.5,", L",", false}, {L"1,5", L",", true}};
+  for (const auto& [text, separator, accepted] : texts) {
+    EXPECT_EQ(CKVXIMMinRibClearanceDlg::AcceptsValueText(text, separator), accepted) << text << separator;
+  }
+  CKVXIMMinRibClearanceDlg german(rule_.get(), {}, L",");
   german.Open();
-  ASSERT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5", L","));
   german.SetValueText(L"1,5");
   german.OnOK();
   EXPECT_EQ(Values(), std::vector<double>{1.5});
-}
-
-TEST_F(MinRibClearanceDlgTest, EmptySelectionsAreResetToTheRulesOwn) {
-  CKVXIMMinRibClearanceDlg dialog = Opened();
-  dialog.SelectSeverity(-1);
-  dialog.SelectOperator(-1);
-  view_ = ViewRecorder();
-  dialog.OnOK();
-  EXPECT_EQ(rule_->m_lRuleSeverity, 2);
-  EXPECT_EQ(Parameter().iOperator, KVX_OP_GREATER_EQUAL);
-  EXPECT_EQ(view_.shownSeverity, 2);
-  EXPECT_EQ(view_.shownOperator, 1);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "../support/ModuleFixture.h"
 #include "kvx/framework/KvxTypes.h"
+#include "kvx/params/ResourceText.h"
 #include "kvx/res/StringIds.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/rules/RecoMoldTolDatabase.h"
@@ -93,11 +94,9 @@ TEST_F(RecoMoldTolDlgTest, OpeningShowsTheActiveMaterialTheCaptionsAndTheSeverit
   ASSERT_EQ(dialog->ToleranceTable().RowCount(), 2) << "the row and the placeholder";
   EXPECT_EQ(TableRow(*dialog, 0), (Row{L"0.0", L"10.0", L"0.2", L"0.004"}));
   EXPECT_EQ(dialog->ToleranceTable().CellText(1, 0), En(kvx::res::kPlaceholderRow));
-}
 
-TEST_F(RecoMoldTolDlgTest, WithoutAnActiveMaterialTheFirstIsShownAndMissingValuesAreEmpty) {
-  rule_->Constraints()[1]->bStatus = false;
-  auto dialog = Open(rule_.get());
+  rule_->Constraints()[1]->bStatus = false;  // without an active material the first is shown
+  dialog = Open(rule_.get());
   EXPECT_EQ(dialog->CurrentMaterial(), L"ABS");
   EXPECT_EQ(TableRow(*dialog, 1), (Row{L"3.0", L"6.0", L"0.12", L""})) << "-1.0 stands for a missing value";
   EXPECT_EQ(CKVXRecoMoldTolDlg::RowTexts({-1, -1, -1, -1}), (Row{L"-1.0", L"", L"", L""}))
@@ -114,11 +113,10 @@ TEST_F(RecoMoldTolDlgTest, OnlyTheAddRowsNameAndPlainDecimalNumbersCanBeEntered)
   materials.HandleEditKey(EditKey::Delete);
   EXPECT_EQ(materials.RowCount(), 4) << "Delete removes no material but the one whose name is edited";
   auto& table = dialog->ToleranceTable();
-  EXPECT_TRUE(table.AcceptsText(1, L"12.5"));
-  EXPECT_TRUE(table.AcceptsText(1, L""));
-  EXPECT_FALSE(table.AcceptsText(1, L"-1"));
-  EXPECT_FALSE(table.AcceptsText(1, L"1e3"));
-  EXPECT_FALSE(table.AcceptsText(1, L"1,5")) << "a comma where the user writes a point: not 15";
+  // A comma where the user writes a point would be read as 15, not 1.5.
+  const std::pair<const wchar_t*, bool> texts[] = {{L"12.5", true}, {L"", true},     {L"-1", false},
+                                                   {L"1e3", false}, {L"1,5", false}};
+  for (const auto& [text, accepted] : texts) EXPECT_EQ(table.AcceptsText(1, text), accepted) << text;
   table.SetDecimalSeparator(L",");  // a German user's
   EXPECT_FALSE(table.AcceptsText(1, L"1.5,"));
   TypeRow(*dialog, 0, {L"0", L"12,5"});
@@ -140,45 +138,19 @@ TEST_F(RecoMoldTolDlgTest, ThePlaceholderBecomesARowWhenTypedIntoAndIsNeverDelet
   ASSERT_TRUE(table.BeginEdit(0, 2));
   table.HandleEditKey(EditKey::Delete);
   EXPECT_EQ(PcRows(*dialog), 1u) << "a deleted row leaves the material too";
-}
 
-TEST_F(RecoMoldTolDlgTest, AShortTableGets200BlankRowsAfterAFinishedEdit) {
   rule_->AddMaterialConstraint(L"PP", true, std::vector<ToleranceRow>(149, ToleranceRow{1, 2, 3, 4}));
   rule_->Constraints()[1]->bStatus = false;
-  auto dialog = Open(rule_.get());
+  dialog = Open(rule_.get());
   ASSERT_EQ(dialog->ToleranceTable().RowCount(), 150);
   TypeRow(*dialog, 0, {L"1"});
-  EXPECT_EQ(dialog->ToleranceTable().RowCount(), 350);
+  EXPECT_EQ(dialog->ToleranceTable().RowCount(), 350) << "a short table gets 200 blank rows after an edit";
   TypeRow(*dialog, 0, {L"1"});
   EXPECT_EQ(dialog->ToleranceTable().RowCount(), 350) << "a table of 200 rows or more gets none";
 }
 
-TEST_F(RecoMoldTolDlgTest, ANameTypedIntoTheLastRowAddsAMaterialUnlessItExists) {
-  auto dialog = Open(rule_.get());
-  auto& materials = dialog->MaterialList();
-  ASSERT_TRUE(materials.BeginEdit(3, 0));
-  materials.UpdateEditText(L"   ");
-  materials.CommitEdit();
-  EXPECT_EQ(dialog->Materials().size(), 3u) << "an empty name adds nothing";
-  ASSERT_TRUE(materials.BeginEdit(3, 0));
-  materials.UpdateEditText(L"  PA66 ");
-  materials.HandleEditKey(EditKey::Enter);
-  EXPECT_EQ(dialog->CurrentMaterial(), L"PA66");
-  EXPECT_EQ(materials.CellText(1, 0), L"PA66") << "in name order";
-  EXPECT_EQ(dialog->ToleranceTable().RowCount(), 201) << "the placeholder and 200 blank rows";
-  EXPECT_TRUE(messages_.messages.empty());
-
-  for (const wchar_t* name : {L"ABS", L"abs"}) {  // names that differ only in case are one material
-    dialog->OnMaterialNotification(name, CKVXRecoMoldTolDlg::kAddMaterialCode);
-    EXPECT_EQ(dialog->Materials().size(), 4u);
-    ASSERT_FALSE(messages_.messages.empty());
-    EXPECT_EQ(messages_.messages.back().text, L"The material \"ABS\" is already in the list.");
-    EXPECT_EQ(messages_.messages.back().icon, KvxMessageIcon::Exclamation);
-    EXPECT_EQ(dialog->CurrentMaterial(), L"ABS") << "the one that exists is selected";
-  }
-}
-
-TEST_F(RecoMoldTolDlgTest, AMaterialIsRenamedByTypingOverItsNameAndRemovedByDelete) {
+// Names are trimmed, kept in name order, and one material whatever their case.
+TEST_F(RecoMoldTolDlgTest, MaterialsAreAddedRenamedAndRemovedThroughTheList) {
   auto dialog = Open(rule_.get());
   auto& materials = dialog->MaterialList();
   const auto names = [&] {
@@ -186,33 +158,44 @@ TEST_F(RecoMoldTolDlgTest, AMaterialIsRenamedByTypingOverItsNameAndRemovedByDele
     for (const auto& [name, rows] : dialog->Materials()) shown.push_back(name);
     return shown;
   };
-  const auto rename = [&](int row, const std::wstring& name) {
+  const auto type = [&](int row, const std::wstring& name) {
     ASSERT_TRUE(materials.BeginEdit(row, 0));
     materials.UpdateEditText(name);
     materials.CommitEdit();
   };
-  rename(1, L" PC-HT ");
-  EXPECT_EQ(names(), (Texts{L"ABS", L"PC-HT", L"POM"}));
+  type(3, L"   ");
+  EXPECT_EQ(dialog->Materials().size(), 3u) << "an empty name adds nothing";
+  type(3, L"  PA66 ");
+  EXPECT_EQ(dialog->CurrentMaterial(), L"PA66");
+  EXPECT_EQ(materials.CellText(1, 0), L"PA66");
+  EXPECT_EQ(dialog->ToleranceTable().RowCount(), 201) << "the placeholder and 200 blank rows";
+  EXPECT_TRUE(messages_.messages.empty());
+  for (const wchar_t* name : {L"ABS", L"abs"}) {
+    dialog->OnMaterialNotification(name, CKVXRecoMoldTolDlg::kAddMaterialCode);
+    EXPECT_EQ(dialog->Materials().size(), 4u);
+    ASSERT_FALSE(messages_.messages.empty());
+    EXPECT_EQ(messages_.messages.back().text, L"The material \"ABS\" is already in the list.");
+    EXPECT_EQ(messages_.messages.back().icon, KvxMessageIcon::Exclamation);
+    EXPECT_EQ(dialog->CurrentMaterial(), L"ABS") << "the one that exists is selected";
+  }
+
+  messages_.messages.clear();
+  type(2, L" PC-HT ");
+  EXPECT_EQ(names(), (Texts{L"ABS", L"PA66", L"PC-HT", L"POM"}));
   EXPECT_EQ(dialog->CurrentMaterial(), L"PC-HT") << "the rows went with the name";
   EXPECT_EQ(dialog->Materials().at(L"PC-HT").size(), 1u);
-  rename(0, L"pom");  // another material's name, in another case
-  rename(0, L"");
-  EXPECT_EQ(names(), (Texts{L"ABS", L"PC-HT", L"POM"}));
+  type(0, L"pom");  // another material's name, in another case
+  type(0, L"");
   EXPECT_EQ(MessageTexts(), Texts{L"The material \"POM\" is already in the list."});
   EXPECT_EQ(materials.CellText(0, 0), L"ABS") << "the old name is shown again";
 
-  materials.SelectRow(2);
-  ASSERT_TRUE(materials.BeginEdit(2, 0));
+  materials.SelectRow(3);
+  ASSERT_TRUE(materials.BeginEdit(3, 0));  // POM
   materials.HandleEditKey(EditKey::Delete);
-  EXPECT_EQ(names(), (Texts{L"ABS", L"PC-HT"}));
-  materials.SelectRow(2);
+  EXPECT_EQ(names(), (Texts{L"ABS", L"PA66", L"PC-HT"}));
+  materials.SelectRow(3);
   EXPECT_FALSE(materials.DeleteSelectedRow()) << "the add-material row stays";
   EXPECT_EQ(dialog->CurrentMaterial(), L"ABS") << "the deleted material was shown";
-  dialog->OnMaterialNotification(L"PC-HT", CKVXRecoMoldTolDlg::kSelectMaterialCode);
-  ASSERT_TRUE(dialog->OnOK());
-  ASSERT_EQ(rule_->Constraints().size(), 2u);
-  EXPECT_EQ(rule_->Constraints()[1]->csName, L"PC-HT");
-  EXPECT_TRUE(rule_->Constraints()[1]->bStatus);
 }
 
 TEST_F(RecoMoldTolDlgTest, SelectingAMaterialShowsItsRowsAndFinishesTheEditInProgress) {
@@ -255,82 +238,65 @@ TEST_F(RecoMoldTolDlgTest, RowsAreStoredOnceTheyHaveAnOverAndZeroInACompleteRowR
   EXPECT_DOUBLE_EQ(dialog->Materials().at(L"PC")[0].dAVal, 0.0) << "the row is kept as typed";
 }
 
-TEST_F(RecoMoldTolDlgTest, ARowWithOnlyOverIsRefusedWithMessage2529EvenWhileStillBeingEdited) {
-  auto dialog = Open(rule_.get());
-  ASSERT_TRUE(dialog->ToleranceTable().BeginEdit(1, 0));
-  dialog->ToleranceTable().UpdateEditText(L"10");
-  EXPECT_FALSE(dialog->OnOK());
-  EXPECT_EQ(MessageTexts(), Texts{En(kvx::res::kIncompleteToleranceRow)});
-  EXPECT_EQ(dialog->ToleranceTable().CellText(1, 0), L"10") << "the text stays";
-  EXPECT_EQ(CKVXRecoMoldTolRule::RowsOf(*rule_->Constraints()[1]).size(), 1u) << "the rule is untouched";
-}
-
-TEST_F(RecoMoldTolDlgTest, ATableWhoseLastRowIsEmptyIsAccepted) {
-  auto dialog = Open(rule_.get());
-  dialog->OnMaterialNotification(L"", CKVXRecoMoldTolDlg::kCopyTableCode);  // blank rows after the placeholder
-  ASSERT_GT(dialog->ToleranceTable().RowCount(), 2);
-  EXPECT_TRUE(dialog->OnOK());
-}
-
-TEST_F(RecoMoldTolDlgTest, NoMaterialWithRowsGivesTheEmptyWarningAndRefuses) {
-  CKVXRecoMoldTolRule rule(nullptr);
-  rule.AddMaterialConstraint(L"ABS", true, {});
-  EXPECT_FALSE(Open(&rule)->OnOK());
-  ASSERT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(messages_.messages[0].text, L"") << "kept: the warning has no text";
-  EXPECT_EQ(messages_.messages[0].icon, KvxMessageIcon::Exclamation);
-  CKVXRecoMoldTolRule none(nullptr);
-  EXPECT_FALSE(Open(&none)->OnOK()) << "no material at all";
-  EXPECT_TRUE(Open(nullptr)->OnOK()) << "without a rule OK only closes";
-}
-
+// OK writes every material, the selected one active, and the severity (an empty selection is reset, not
+// taken); it writes nothing when nothing was edited, the material that applies included.
 TEST_F(RecoMoldTolDlgTest, OkWritesTheMaterialsWithTheSelectedOneActiveAndTheSeverity) {
   auto dialog = Open(rule_.get());
   dialog->OnMaterialNotification(L"PA66", CKVXRecoMoldTolDlg::kAddMaterialCode);
   TypeRow(*dialog, 0, {L"0", L"5", L"0.5", L"0.01"});
   dialog->OnMaterialNotification(L"POM", CKVXRecoMoldTolDlg::kSelectMaterialCode);
+  dialog->OnMaterialNotification(L"", CKVXRecoMoldTolDlg::kCopyTableCode);  // blank rows after the last
   dialog->SelectSeverity(0);
   ASSERT_TRUE(dialog->OnOK());
   EXPECT_EQ(rule_->m_lRuleSeverity, 0);
-
   const auto& constraints = rule_->Constraints();
   ASSERT_EQ(constraints.size(), 4u);
   const Texts names{L"ABS", L"PA66", L"PC", L"POM"};
-  const std::vector<bool> active{false, false, false, true};
   for (size_t i = 0; i < names.size(); ++i) {
     EXPECT_EQ(constraints[i]->csName, names[i]);
     EXPECT_EQ(constraints[i]->iType, 1);
     EXPECT_EQ(constraints[i]->FindParameterInArray(2517)->bFirstFlag, true);
-    EXPECT_EQ(constraints[i]->bStatus, active[i]) << i;
+    EXPECT_EQ(constraints[i]->bStatus, i == 3) << i;
   }
   const auto rows = CKVXRecoMoldTolRule::RowsOf(*constraints[1]);
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_DOUBLE_EQ(rows[0].dUpto, 5.0);
-}
 
-// What OK keeps: nothing when nothing was edited (the material that applies included), and never a band
-// that cannot be (Up to not above Over, a tolerance not above 0, overlapping bands) nor a table that holds
-// one material twice.
-TEST_F(RecoMoldTolDlgTest, OkKeepsAnUntouchedTableAsItIsAndRefusesBandsThatCannotBe) {
+  dialog = Open(rule_.get());
+  dialog->SelectSeverity(-1);
+  ASSERT_TRUE(dialog->OnOK());
+  EXPECT_EQ(rule_->m_lRuleSeverity, 0);
+  EXPECT_EQ(dialog->SelectedSeverity(), 0) << "the combo box shows the rule's severity again";
+
   CKVXRecoMoldTolRule loaded(nullptr);  // every material active, as every rule set loads
   loaded.AddMaterialConstraint(L"ABS", true, {{0, 3, 0.1, 0.002}});
   loaded.AddMaterialConstraint(L"PC", true, {{0, 10, 0.2, 0.004}});
   ASSERT_TRUE(Open(&loaded)->OnOK());
   for (const auto& constraint : loaded.Constraints()) EXPECT_TRUE(constraint->bStatus) << "nothing was written";
+  EXPECT_TRUE(Open(nullptr)->OnOK()) << "without a rule OK only closes";
+}
 
+// OK refuses, with one message and the rule as it was, a row with only Over (even while it is still being
+// edited), a band that cannot be (Up to not above Over, a tolerance not above 0, overlapping bands), one
+// material twice, and a table without any material with rows.
+TEST_F(RecoMoldTolDlgTest, OkRefusesWhatCannotBeAndWritesNothing) {
   struct Case {
-    int row;
-    Texts typed;
+    void (*edit)(CKVXRecoMoldTolDlg&);
     int message;
   };
   const Case cases[] = {
-      {0, {L"5", L"5", L"0.1", L"0.1"}, kvx::res::kToleranceBandNotAscending},
-      {0, {L"0", L"10", L"0.1", L"0"}, kvx::res::kToleranceValueNotPositive},
-      {1, {L"5", L"20", L"0.1", L"0.1"}, kvx::res::kToleranceBandsOverlap},
+      {[](CKVXRecoMoldTolDlg& d) {
+         ASSERT_TRUE(d.ToleranceTable().BeginEdit(1, 0));
+         d.ToleranceTable().UpdateEditText(L"10");
+       },
+       kvx::res::kIncompleteToleranceRow},
+      {[](CKVXRecoMoldTolDlg& d) { TypeRow(d, 0, {L"5", L"5", L"0.1", L"0.1"}); }, kvx::res::kToleranceBandNotAscending},
+      {[](CKVXRecoMoldTolDlg& d) { TypeRow(d, 0, {L"0", L"10", L"0.1", L"0"}); }, kvx::res::kToleranceValueNotPositive},
+      {[](CKVXRecoMoldTolDlg& d) { TypeRow(d, 1, {L"5", L"20", L"0.1", L"0.1"}); }, kvx::res::kToleranceBandsOverlap},
   };
   for (const Case& c : cases) {
     auto dialog = Open(rule_.get());
-    TypeRow(*dialog, c.row, c.typed);
+    c.edit(*dialog);
     messages_.messages.clear();
     EXPECT_FALSE(dialog->OnOK()) << c.message;
     ASSERT_EQ(messages_.messages.size(), 1u) << c.message;
@@ -344,31 +310,29 @@ TEST_F(RecoMoldTolDlgTest, OkKeepsAnUntouchedTableAsItIsAndRefusesBandsThatCanno
   ASSERT_EQ(messages_.messages.size(), 1u);
   EXPECT_NE(messages_.messages[0].text.find(L"\"abs\""), std::wstring::npos);
   EXPECT_EQ(rule_->Constraints().size(), 4u) << "neither merged nor doubled";
+
+  CKVXRecoMoldTolRule rule(nullptr);
+  rule.AddMaterialConstraint(L"ABS", true, {});
+  messages_.messages.clear();
+  EXPECT_FALSE(Open(&rule)->OnOK());
+  ASSERT_EQ(messages_.messages.size(), 1u);
+  EXPECT_EQ(messages_.messages[0].text, L"") << "kept: the warning has no text";
+  EXPECT_EQ(messages_.messages[0].icon, KvxMessageIcon::Exclamation);
+  CKVXRecoMoldTolRule none(nullptr);
+  EXPECT_FALSE(Open(&none)->OnOK()) << "no material at all";
 }
 
-TEST_F(RecoMoldTolDlgTest, AnEmptySeveritySelectionIsResetNotTaken) {
-  auto dialog = Open(rule_.get());
-  dialog->SelectSeverity(-1);
-  ASSERT_TRUE(dialog->OnOK());
-  EXPECT_EQ(rule_->m_lRuleSeverity, 3);
-  EXPECT_EQ(dialog->SelectedSeverity(), 3) << "the combo box shows the rule's severity again";
-}
-
+// A sheet replaces the current material's rows up to its first row without Over; a refused, empty, missing
+// or cancelled one changes nothing, and without a current material no file is asked for.
 TEST_F(RecoMoldTolDlgTest, ImportingAnXlsxReplacesTheCurrentMaterialsRows) {
   auto dialog = Open(rule_.get());
-  files_.Answer("bands.xlsx");
-  EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Imported);
-  ASSERT_EQ(PcRows(*dialog), 3u);
-  EXPECT_EQ(TableRow(*dialog, 2), (Row{L"6.0", L"10.0", L"0.15", L"0.003"}));
-  EXPECT_TRUE(dialog->OnOK());
-  EXPECT_EQ(CKVXRecoMoldTolRule::RowsOf(*rule_->Constraints()[1]).size(), 3u);
-}
-
-TEST_F(RecoMoldTolDlgTest, ImportOfSheetsThatAreRefusedStopEarlyOrHoldNothing) {
-  auto dialog = Open(rule_.get());
+  // Nothing of a refused sheet is imported: an Up to of 0, or an Over the decimal reader would misread.
   files_.Answer("upto-zero.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Refused);
-  EXPECT_EQ(MessageTexts(), Texts{En(kvx::res::kToleranceValueNotPositive)});
+  files_.Answer("over-text.xlsx");
+  EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Refused);
+  EXPECT_EQ(MessageTexts(), (Texts{En(kvx::res::kToleranceValueNotPositive),
+                                   kvx::params::FormatText(En(kvx::res::kSheetOverNotANumber), L"3")}));
   EXPECT_EQ(TableRow(*dialog, 0), (Row{L"0.0", L"10.0", L"0.2", L"0.004"})) << "nothing changed";
   files_.Answer("header-only.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::NothingToImport);
@@ -383,15 +347,20 @@ TEST_F(RecoMoldTolDlgTest, ImportOfSheetsThatAreRefusedStopEarlyOrHoldNothing) {
   files_.Answer("early-stop.xlsx");
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Imported);
   EXPECT_EQ(PcRows(*dialog), 2u) << "stopped at the first row without Over";
-}
-
-TEST_F(RecoMoldTolDlgTest, WithoutACurrentMaterialTableEditsAndImportAreRefusedWithMessage2215) {
-  CKVXRecoMoldTolRule empty(nullptr);
-  auto dialog = Open(&empty);
-  EXPECT_FALSE(dialog->ToleranceTable().BeginEdit(0, 0));
   files_.Answer("bands.xlsx");
+  EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::Imported);
+  ASSERT_EQ(PcRows(*dialog), 3u);
+  EXPECT_EQ(TableRow(*dialog, 2), (Row{L"6.0", L"10.0", L"0.15", L"0.003"}));
+  EXPECT_TRUE(dialog->OnOK());
+  EXPECT_EQ(CKVXRecoMoldTolRule::RowsOf(*rule_->Constraints()[1]).size(), 3u);
+
+  CKVXRecoMoldTolRule empty(nullptr);
+  dialog = Open(&empty);
+  messages_.messages.clear();
+  const int asked = files_.asked;
+  EXPECT_FALSE(dialog->ToleranceTable().BeginEdit(0, 0));
   EXPECT_EQ(dialog->ImportSpreadsheet(), ImportResult::NoMaterial);
-  EXPECT_EQ(files_.asked, 0) << "no file is asked for";
+  EXPECT_EQ(files_.asked, asked) << "no file is asked for";
   EXPECT_EQ(MessageTexts(), (Texts{En(kvx::res::kSelectMaterialFirst), En(kvx::res::kSelectMaterialFirst)}));
 }
 

@@ -43,79 +43,65 @@ TEST(RuleDlgBase, ShowsEachParameterWithItsOperatorsValuesAndEnabledBox) {
   EXPECT_TRUE(single.FindParameterInArray(100)->bStatus) << "the flag is not touched where it is not shown";
 }
 
-TEST(RuleDlgBase, NothingReachesTheRuleBeforeOk) {
+// Nothing reaches the rule before OK; a hidden second field is not checked, and its value stays.
+TEST(RuleDlgBase, OkWritesOperatorsValuesEnabledBoxesAndSeverity) {
   HandMadeRule rule;
   CKVXRuleDlgBase dialog(rule, {});
   dialog.SelectOperator(0, 1);
   dialog.SetValueText(0, 0, L"2.5");
   dialog.SetEnabled(1, true);
+  dialog.SelectOperator(1, 1);  // ">="
+  dialog.SetValueText(1, 0, L"2");
+  dialog.SetValueText(1, 1, L"not read");
   dialog.SelectSeverity(4);
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.0});
   ASSERT_TRUE(dialog.Accept());
   EXPECT_EQ(rule.FindParameterInArray(100)->iOperator, KVX_OP_LESS_EQUAL);
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.5});
   EXPECT_TRUE(rule.FindParameterInArray(101)->bStatus);
+  EXPECT_EQ(rule.Values(101), (std::vector<double>{2.0, 3.0}));
   EXPECT_EQ(rule.m_lRuleSeverity, 4);
 }
 
-TEST(RuleDlgBase, ARangeWritesBothValuesAndAnotherOperatorOnlyTheFirst) {
-  HandMadeRule rule;
-  CKVXRuleDlgBase dialog(rule, {});
-  dialog.SetValueText(1, 0, L" 1.5 ");
-  dialog.SetValueText(1, 1, L"4");
-  ASSERT_TRUE(dialog.Accept());
-  EXPECT_EQ(rule.Values(101), (std::vector<double>{1.5, 4.0}));
-  CKVXRuleDlgBase again(rule, {});
-  again.SelectOperator(1, 1);  // ">="
-  again.SetValueText(1, 0, L"2");
-  again.SetValueText(1, 1, L"not read");
-  ASSERT_TRUE(again.Accept()) << "the hidden second field is not checked";
-  EXPECT_EQ(rule.Values(101), (std::vector<double>{2.0, 4.0}));
-}
-
-TEST(RuleDlgBase, AFieldThatIsNoNumberRefusesOkAndChangesNothing) {
-  EnglishCurrent english;
-  kvx::test::MessageRecorder messages;
-  HandMadeRule rule;
-  CKVXRuleDlgBase dialog(rule, {});
-  dialog.SelectSeverity(0);
-  dialog.SetValueText(0, 0, L"3");
-  dialog.SetValueText(1, 1, L"3,5");
-  EXPECT_FALSE(dialog.Accept());
-  ASSERT_EQ(messages.messages.size(), 1u);
-  EXPECT_EQ(messages.messages[0].text, L"The value of \"Parameter 101\" is not a number.");
-  EXPECT_EQ(rule.Values(100), std::vector<double>{2.0}) << "fields before the bad one are not written either";
-  EXPECT_EQ(rule.m_lRuleSeverity, 2);
-}
-
 // Values that cannot make sense, or that the user's notation would turn into another number, refuse OK with
-// a message and write nothing; the user's decimal separator is read as such.
+// one message and write nothing, not even the fields before the bad one; the user's decimal separator is
+// read as such.
 TEST(RuleDlgBase, OkTakesOnlyValuesThatMeanWhatWasTyped) {
+  EnglishCurrent english;
+  using Typed = std::tuple<size_t, int, const wchar_t*>;  // row, field, text
   struct Case {
-    size_t row;
-    int field;
-    const wchar_t* text;
+    std::vector<Typed> typed;
     const wchar_t* separator;
-    std::vector<double> written;  // the row's values after OK; empty: OK refused
+    std::vector<double> written;  // the last typed row's values after OK; empty: OK refused
   };
   const Case cases[] = {
-      {0, 0, L"-0.5", L".", {}},             // a negative ratio
-      {1, 0, L"3.5", L".", {}},              // a range whose lower value is above its upper one
-      {0, 0, L"1,5", L".", {}},              // a comma where the user writes a point: not 15, not 1
-      {0, 0, L"1,5", L",", {1.5}},           // the German notation
-      {0, 0, L"1.25", L",", {1.25}},         // a point is always understood
-      {1, 1, L"2,5", L",", {1.0, 2.5}},
+      {{{0, 0, L"-0.5"}}, L".", {}},                        // a negative ratio
+      {{{1, 0, L"3.5"}}, L".", {}},                         // a range whose lower value is above its upper one
+      {{{0, 0, L"1,5"}}, L".", {}},                         // a comma where the user writes a point: not 15, not 1
+      {{{0, 0, L"3"}, {1, 1, L"3,5"}}, L".", {}},
+      {{{0, 0, L"1,5"}}, L",", {1.5}},                      // the German notation
+      {{{0, 0, L"1.25"}}, L",", {1.25}},                    // a point is always understood
+      {{{1, 1, L"2,5"}}, L",", {1.0, 2.5}},
+      {{{1, 0, L" 1.5 "}, {1, 1, L"4"}}, L".", {1.5, 4.0}},  // a range writes both values
   };
   for (const Case& c : cases) {
     kvx::test::MessageRecorder messages;
     HandMadeRule rule;
     CKVXRuleDlgBase dialog(rule, {}, c.separator);
-    dialog.SetValueText(c.row, c.field, c.text);
-    const long id = c.row == 0 ? 100 : 101;
+    dialog.SelectSeverity(0);
+    for (const auto& [row, field, text] : c.typed) dialog.SetValueText(row, field, text);
+    const std::string trace = kvx::platform::Narrow(std::get<2>(c.typed.back()));
+    const long id = std::get<0>(c.typed.back()) == 0 ? 100 : 101;
     const std::vector<double> before = rule.Values(id);
-    EXPECT_EQ(dialog.Accept(), !c.written.empty()) << kvx::platform::Narrow(c.text);
-    EXPECT_EQ(messages.messages.size(), c.written.empty() ? 1u : 0u) << kvx::platform::Narrow(c.text);
-    EXPECT_EQ(rule.Values(id), c.written.empty() ? before : c.written) << kvx::platform::Narrow(c.text);
+    EXPECT_EQ(dialog.Accept(), !c.written.empty()) << trace;
+    EXPECT_EQ(messages.messages.size(), c.written.empty() ? 1u : 0u) << trace;
+    EXPECT_EQ(rule.Values(id), c.written.empty() ? before : c.written) << trace;
+    if (!c.written.empty()) continue;
+    EXPECT_EQ(rule.Values(100), std::vector<double>{2.0}) << trace;
+    EXPECT_EQ(rule.m_lRuleSeverity, 2) << trace;
+    if (trace == "3,5") {
+      EXPECT_EQ(messages.messages[0].text, L"The value of \"Parameter 101\" is not a number.");
+    }
   }
 }
 
