@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <thread>
@@ -182,7 +183,51 @@ TEST_F(AtomicWrite, FailedWriteLeavesTheOldFileUntouched) {
   ::setrlimit(RLIMIT_FSIZE, &saved);
   ::signal(SIGXFSZ, previousHandler);
   EXPECT_FALSE(written);
-  EXPECT_FALSE(error.empty());
+  EXPECT_NE(Narrow(error).find(std::strerror(EFBIG)), std::string::npos) << "the system's reason: " << Narrow(error);
   EXPECT_EQ(ReadWholeFile(Target()), "old content");
   EXPECT_EQ(EntriesIn(folder_.Path()), 1) << "the partial temporary file is removed";
+}
+
+TEST_F(AtomicWrite, ALinkIsWrittenThroughAndALinkToNothingIsRefused) {
+  const fs::path real = folder_ / "real.xml";
+  WriteWholeFile(real, "old");
+  fs::create_symlink("real.xml", Target());
+  std::wstring error;
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "new", &error)) << Narrow(error);
+  EXPECT_TRUE(fs::is_symlink(Target()));
+  EXPECT_EQ(ReadWholeFile(real), "new");
+
+  const fs::path dangling = folder_ / "dangling.xml";
+  fs::create_symlink("nowhere/x.xml", dangling);
+  EXPECT_FALSE(WriteFileAtomically(W(dangling), "new", &error));
+  EXPECT_NE(Narrow(error).find("symbolic link"), std::string::npos) << Narrow(error);
+  EXPECT_TRUE(fs::is_symlink(dangling));
+  EXPECT_EQ(EntriesIn(folder_.Path()), 3);
+}
+
+TEST_F(AtomicWrite, TemporariesOfKilledWritesGoAtTheNextWrite) {
+  const pid_t gone = ::fork();
+  if (gone == 0) ::_exit(0);
+  ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
+  const std::string dead = std::to_string(gone);
+  const std::string alive = std::to_string(::getpid());
+  const std::vector<std::pair<std::string, bool>> leftovers = {
+      {"rules.xml.tmp-" + dead + "-00ff", false},  // a killed write of this file
+      {"rules.xml.tmp-" + alive + "-00ff", true},  // a write still running
+      {"other.xml.tmp-" + dead + "-00ff", true},   // another file's business
+      {"rules.xml.tmp-notes", true},               // not a name this writer gives
+  };
+  for (const auto& [name, kept] : leftovers) WriteWholeFile(folder_ / name, "partial");
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "content"));
+  for (const auto& [name, kept] : leftovers) EXPECT_EQ(fs::exists(folder_ / name), kept) << name;
+}
+
+TEST_F(AtomicWrite, CreatingNeverReplaces) {
+  std::wstring error;
+  EXPECT_EQ(CreateFileAtomically(W(Target()), "first", &error), WriteOutcome::Written) << Narrow(error);
+  EXPECT_EQ(CreateFileAtomically(W(Target()), "second", &error), WriteOutcome::AlreadyExists);
+  EXPECT_EQ(ReadWholeFile(Target()), "first");
+  EXPECT_EQ(CreateFileAtomically(W(folder_ / "missing" / "x"), "x", &error), WriteOutcome::Failed);
+  EXPECT_NE(Narrow(error).find(std::strerror(ENOENT)), std::string::npos) << Narrow(error);
+  EXPECT_EQ(EntriesIn(folder_.Path()), 1);
 }

@@ -315,8 +315,10 @@ Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed) {
   if (std::wstring reason = BuildDatabaseImage(seed, image); !reason.empty()) {
     return Outcome::Failure(DbStatus::Internal, L"cannot build the factory material database: " + reason);
   }
+  // Two programs starting at once may both get here: the file appears whole or not at all, and whoever
+  // comes second uses the first one's database, which holds the same data.
   std::wstring reason;
-  if (!kvx::platform::WriteFileAtomically(path, image, &reason)) {
+  if (kvx::platform::CreateFileAtomically(path, image, &reason) == kvx::platform::WriteOutcome::Failed) {
     return Outcome::Failure(DbStatus::CannotCreate, L"cannot create the material database: " + reason);
   }
   return {};

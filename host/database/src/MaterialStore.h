@@ -46,8 +46,8 @@ class MaterialStore {
 bool NothingAt(const std::wstring& path);
 
 // Writes a new database holding `seed` to `path` (creating missing folders) through a temporary file
-// and a rename. CannotCreate when a folder or the file cannot be written; an existing file is refused,
-// never overwritten.
+// that is linked into place complete. CannotCreate when a folder or the file cannot be written; an
+// existing file is refused, never overwritten. A file another process creates meanwhile is accepted.
 Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed);
 
 }  // namespace kvx_db::detail

@@ -1,12 +1,18 @@
 #include "kvx/platform/FileSystem.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <random>
+#include <string_view>
 
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Text.h"
@@ -27,46 +33,6 @@ ProbeError FromErrno(int error) {
   }
 }
 
-// A new file beside `target`, created with the usual permissions (0666 less the umask); its name goes
-// to `temp`. -1 when none can be made.
-int CreateTemporaryBeside(const std::string& target, std::string& temp) {
-  static std::mt19937_64 random{std::random_device{}()};
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    char suffix[32];
-    std::snprintf(suffix, sizeof suffix, ".tmp-%016llx", static_cast<unsigned long long>(random()));
-    temp = target + suffix;
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0 || errno != EEXIST) return fd;
-  }
-  return -1;
-}
-
-bool WriteAll(int fd, const std::string& bytes) {
-  size_t written = 0;
-  while (written < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    written += static_cast<size_t>(n);
-  }
-  return true;
-}
-
-// A replaced file keeps its permissions: a file kept private must stay private.
-void KeepModeOf(const std::string& target, int fd) {
-  struct stat st {};
-  if (::stat(target.c_str(), &st) == 0 && S_ISREG(st.st_mode)) ::fchmod(fd, st.st_mode & 07777);
-}
-
-// Makes the rename itself durable.
-void SyncFolderOf(const std::string& target) {
-  const auto slash = target.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
-  const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  ::fsync(fd);
-  ::close(fd);
-}
 }  // namespace
 
 ProbeError TryOpenExistingForWriting(const std::wstring& path) {
@@ -112,25 +78,179 @@ bool RemoveEmptyDirectory(const std::wstring& path) { return ::rmdir(Narrow(path
 
 bool RemoveFile(const std::wstring& path) { return ::unlink(Narrow(path).c_str()) == 0; }
 
-bool WriteFileAtomically(const std::wstring& path, const std::string& bytes, std::wstring* error) {
-  const auto fail = [&](const std::wstring& reason) {
-    if (error) *error = reason;
+namespace {
+// Temporary files are named "<file>.tmp-<pid>-<random>": one whose process is gone belongs to a write
+// that was killed, and the next write of the same file removes it.
+constexpr std::string_view kTempMarker = ".tmp-";
+
+std::string SystemReason(int error) { return std::strerror(error); }
+
+std::string FolderOf(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string NameOf(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// The file a write of `path` replaces: a symbolic link is followed to the file it names, so that the link
+// stays and its target gets the new content. False, with the reason, for a link that leads nowhere.
+bool ResolveLink(const std::string& path, std::string& target, std::string& reason) {
+  struct stat st {};
+  if (::lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) {
+    target = path;
+    return true;
+  }
+  char* real = ::realpath(path.c_str(), nullptr);
+  if (!real) {
+    reason = "cannot write " + path + ": it is a symbolic link to a file that cannot be reached (" +
+             SystemReason(errno) + ")";
     return false;
-  };
-  if (path.empty()) return fail(L"no file name given");
-  const std::string target = Narrow(path);
-  std::string temp;
-  const int fd = CreateTemporaryBeside(target, temp);
-  if (fd < 0) return fail(L"cannot create a temporary file beside " + path);
-  const bool complete = WriteAll(fd, bytes) && ::fsync(fd) == 0;
-  KeepModeOf(target, fd);
-  const bool closed = ::close(fd) == 0;
-  if (!complete || !closed || ::rename(temp.c_str(), target.c_str()) != 0) {
-    ::unlink(temp.c_str());
-    return fail(L"cannot write " + path);
+  }
+  target = real;
+  std::free(real);
+  return true;
+}
+
+// Removes the temporary files of `target` left by writes whose process no longer runs.
+void RemoveStaleTemporaries(const std::string& target) {
+  const std::string prefix = NameOf(target) + std::string(kTempMarker);
+  DIR* folder = ::opendir(FolderOf(target).c_str());
+  if (!folder) return;
+  while (const dirent* entry = ::readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name.substr(0, prefix.size()) != prefix) continue;
+    const std::string_view rest = name.substr(prefix.size());
+    long long pid = 0;
+    const auto [end, ec] = std::from_chars(rest.data(), rest.data() + rest.size(), pid);
+    if (ec != std::errc() || end == rest.data() + rest.size() || *end != '-' || pid <= 0) continue;
+    if (::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH) continue;  // still running, or not ours to judge
+    ::unlinkat(::dirfd(folder), entry->d_name, 0);
+  }
+  ::closedir(folder);
+}
+
+std::string TemporaryName(const std::string& target) {
+  static std::mt19937_64 random{std::random_device{}()};
+  char suffix[64];
+  std::snprintf(suffix, sizeof suffix, "%lld-%016llx", static_cast<long long>(::getpid()),
+                static_cast<unsigned long long>(random()));
+  return target + std::string(kTempMarker) + suffix;
+}
+
+// A replaced file keeps its permissions: a file kept private must stay private.
+void KeepModeOf(const std::string& target, int fd) {
+  struct stat st {};
+  if (::stat(target.c_str(), &st) == 0 && S_ISREG(st.st_mode)) ::fchmod(fd, st.st_mode & 07777);
+}
+
+// A file being written beside its target, created with the usual permissions (0666 less the umask).
+// Where the file system allows it the file has no name until it is complete, so a write killed half-way
+// leaves nothing behind; otherwise it has a temporary name, removed on every failure path here and by the
+// next write after a kill.
+class PendingFile {
+ public:
+  ~PendingFile() {
+    if (fd_ >= 0) ::close(fd_);
+    if (!name_.empty()) ::unlink(name_.c_str());
+  }
+
+  bool Open(const std::string& target, std::string& reason) {
+    fd_ = ::open(FolderOf(target).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+    if (fd_ >= 0) return true;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      std::string name = TemporaryName(target);
+      fd_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+      if (fd_ >= 0) {
+        name_ = std::move(name);
+        return true;
+      }
+      if (errno != EEXIST) break;
+    }
+    reason = "cannot create a temporary file in " + FolderOf(target) + ": " + SystemReason(errno);
+    return false;
+  }
+
+  // Writes everything and makes it durable.
+  bool Complete(const std::string& bytes, const std::string& target, std::string& reason) {
+    for (size_t written = 0; written < bytes.size();) {
+      const ssize_t n = ::write(fd_, bytes.data() + written, bytes.size() - written);
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) {
+        reason = "cannot write " + target + ": " + SystemReason(n < 0 ? errno : EIO);
+        return false;
+      }
+      written += static_cast<size_t>(n);
+    }
+    KeepModeOf(target, fd_);
+    if (::fsync(fd_) == 0) return true;
+    reason = "cannot write " + target + " to the disk: " + SystemReason(errno);
+    return false;
+  }
+
+  // Puts the complete file at `target`: in place of what is there, or only where nothing is yet
+  // (`replace` false). 0 or the system's error number (EEXIST when something was there).
+  int Publish(const std::string& target, bool replace) {
+    if (name_.empty()) {
+      // An unnamed file gets a name by a link, which never replaces anything.
+      const std::string self = "/proc/self/fd/" + std::to_string(fd_);
+      std::string name = replace ? TemporaryName(target) : target;
+      if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0) return errno;
+      if (!replace) return 0;
+      name_ = std::move(name);
+    }
+    if (replace ? ::rename(name_.c_str(), target.c_str()) != 0 : ::link(name_.c_str(), target.c_str()) != 0) {
+      return errno;
+    }
+    if (replace) name_.clear();  // the name is the target's now
+    return 0;
+  }
+
+ private:
+  int fd_ = -1;
+  std::string name_;
+};
+
+// Makes the rename itself durable.
+void SyncFolderOf(const std::string& target) {
+  const int fd = ::open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
+
+WriteOutcome WriteBeside(const std::string& target, const std::string& bytes, bool replace, std::string& reason) {
+  RemoveStaleTemporaries(target);
+  PendingFile file;
+  if (!file.Open(target, reason) || !file.Complete(bytes, target, reason)) return WriteOutcome::Failed;
+  if (const int error = file.Publish(target, replace); error != 0) {
+    if (error == EEXIST && !replace) return WriteOutcome::AlreadyExists;
+    reason = (replace ? "cannot replace " : "cannot create ") + target + ": " + SystemReason(error);
+    return WriteOutcome::Failed;
   }
   SyncFolderOf(target);
-  return true;
+  return WriteOutcome::Written;
+}
+}  // namespace
+
+bool WriteFileAtomically(const std::wstring& path, const std::string& bytes, std::wstring* error) {
+  std::string target;
+  std::string reason = "no file name given";
+  if (!path.empty() && ResolveLink(Narrow(path), target, reason) &&
+      WriteBeside(target, bytes, true, reason) == WriteOutcome::Written) {
+    return true;
+  }
+  if (error) *error = Widen(reason);
+  return false;
+}
+
+WriteOutcome CreateFileAtomically(const std::wstring& path, const std::string& bytes, std::wstring* error) {
+  std::string reason = "no file name given";
+  const WriteOutcome outcome = path.empty() ? WriteOutcome::Failed : WriteBeside(Narrow(path), bytes, false, reason);
+  if (outcome == WriteOutcome::Failed && error) *error = Widen(reason);
+  return outcome;
 }
 
 }  // namespace kvx::platform

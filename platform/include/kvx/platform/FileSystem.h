@@ -21,9 +21,17 @@ KVX_PLATFORM_API ProbeError CreateOneDirectory(const std::wstring& path);
 KVX_PLATFORM_API bool RemoveEmptyDirectory(const std::wstring& path);
 KVX_PLATFORM_API bool RemoveFile(const std::wstring& path);
 // Writes `bytes` to `path` through a temporary file in the same folder and a rename, so the old
-// file is replaced only once the new one is complete. False (old file untouched) on any failure,
-// with the reason in `error` when given.
+// file is replaced only once the new one is complete. A symbolic link is written through: the link stays
+// and the file it names gets the content. False (old file untouched, no temporary file left) on any
+// failure, with the reason, the system's included, in `error` when given. Temporary files that a killed
+// write of the same file left behind are removed.
 KVX_PLATFORM_API bool WriteFileAtomically(const std::wstring& path, const std::string& bytes,
                                           std::wstring* error = nullptr);
+
+enum class WriteOutcome { Written, AlreadyExists, Failed };
+// Like WriteFileAtomically, but only where nothing is yet: when another process got there first, its
+// file stays and the result is AlreadyExists. Readers see either no file or the complete one.
+KVX_PLATFORM_API WriteOutcome CreateFileAtomically(const std::wstring& path, const std::string& bytes,
+                                                   std::wstring* error = nullptr);
 
 }  // namespace kvx::platform
