@@ -1,13 +1,14 @@
 // `kvxim sheet` alone: the subcommand in a program of its own, for whole-process runs.
 #include <CLI/CLI.hpp>
 
+#include "CommandTable.h"
 #include "SheetCommand.h"
 
 int main(int argc, char** argv) {
   CLI::App app("kvxim (sheet command only)");
   app.require_subcommand(1);
-  int exitCode = 0;
-  AddSheetCommand(app, exitCode);
+  kvxim::CommandTable commands;
+  AddSheetCommand(app, commands);
   CLI11_PARSE(app, argc, argv);
-  return exitCode;
+  return commands.front().run(nullptr);
 }

@@ -2,8 +2,11 @@
 // The floors the spreadsheet reader is measured against: the least any reader of these files must do.
 //  - .xlsx: inflate the sheet with libzip and parse it with pugixml (the options the reader uses),
 //    walking every cell and touching its value.
-//  - .xls: open the workbook with FreeXL and fetch every cell of the first sheet.
-#include <freexl.h>
+//  - .xls: read the workbook stream out of its compound document with libgsf and step through every
+//    record, counting the cell records.
+#include <gsf/gsf-infile-msole.h>
+#include <gsf/gsf-infile.h>
+#include <gsf/gsf-input-stdio.h>
 #include <zip.h>
 
 #include <cstring>
@@ -43,22 +46,35 @@ inline std::size_t XlsxFloor(const std::string& path, const char* sheetPart = "x
   return cells;
 }
 
-// Cells that hold a value; 0 when the file could not be read.
+// Cells that hold a value, in every sheet; 0 when the file could not be read.
 inline std::size_t XlsFloor(const std::string& path) {
-  const void* handle = nullptr;
+  GsfInput* file = gsf_input_stdio_new(path.c_str(), nullptr);
+  if (!file) return 0;
   std::size_t cells = 0;
-  unsigned rows = 0;
-  unsigned short columns = 0;
-  if (freexl_open(path.c_str(), &handle) == FREEXL_OK && freexl_select_active_worksheet(handle, 0) == FREEXL_OK &&
-      freexl_worksheet_dimensions(handle, &rows, &columns) == FREEXL_OK) {
-    for (unsigned row = 0; row < rows; ++row) {
-      for (unsigned short column = 0; column < columns; ++column) {
-        FreeXL_CellValue cell;
-        if (freexl_get_cell_value(handle, row, column, &cell) == FREEXL_OK && cell.type != FREEXL_CELL_NULL) ++cells;
+  if (GsfInfile* storage = gsf_infile_msole_new(file, nullptr)) {
+    if (GsfInput* stream = gsf_infile_child_by_name(storage, "Workbook")) {
+      std::string bytes(static_cast<std::size_t>(gsf_input_size(stream)), '\0');
+      if (gsf_input_read(stream, bytes.size(), reinterpret_cast<guint8*>(bytes.data()))) {
+        const auto u16 = [&](std::size_t at) {
+          return static_cast<unsigned>(static_cast<unsigned char>(bytes[at]) |
+                                       static_cast<unsigned char>(bytes[at + 1]) << 8);
+        };
+        for (std::size_t at = 0; at + 4 <= bytes.size(); at += 4 + u16(at + 2)) {
+          const unsigned type = u16(at);
+          const unsigned length = u16(at + 2);
+          // Number, RK, shared text, text, formula, boolean or error; several RK numbers.
+          if (type == 0x0203 || type == 0x027E || type == 0x00FD || type == 0x0204 || type == 0x0006 ||
+              type == 0x0205)
+            ++cells;
+          else if (type == 0x00BD && length >= 6)
+            cells += (length - 6) / 6;
+        }
       }
+      g_object_unref(stream);
     }
+    g_object_unref(storage);
   }
-  freexl_close(handle);
+  g_object_unref(file);
   return cells;
 }
 

@@ -11,8 +11,10 @@ if(KVX_FUZZ)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# kvx_shared_library(name ...sources): a shared library placed beside the others in bin/.
+# kvx_shared_library(name ...sources): a shared library placed beside the others in bin/, versioned by
+# the project's version.
 function(kvx_shared_library name)
   add_library(${name} SHARED ${ARGN})
-  set_target_properties(${name} PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+  set_target_properties(${name} PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN"
+                                           VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 endfunction()

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <string>
 
+#include "CommandTable.h"
 #include "ModuleHost.h"
 
 namespace kvxim {
@@ -11,12 +12,17 @@ namespace kvxim {
 struct CommandOptions {
   bool json = false;
   std::string input;
-  std::string output;
-  std::string database;
+  std::string output;  // "-": standard output
   int resourceId = 0;
-  std::string lengthUnit;
-  std::string angleUnit;
+  int lengthUnit = 0;
+  int angleUnit = 0;
+  bool keepUnconverted = false;  // convert: convert what can be, leave the rest as it is and warn
 };
+
+// Registers rules, new, show, convert, units, resource and demo on `app` and in `table`.
+void AddRuleCommands(CLI::App& app, CommandTable& table);
+// Registers materials on `app` and in `table`.
+void AddMaterialsCommand(CLI::App& app, CommandTable& table);
 
 int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream& err);
 int RunNew(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream& err);
@@ -26,10 +32,5 @@ int RunDemo(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
 // These two need no module: they read the resource library the module would load.
 int RunResource(const CommandOptions& options, std::ostream& out, std::ostream& err);
 int RunUnits(const CommandOptions& options, std::ostream& out, std::ostream& err);
-
-// The unit code of a length unit name (mm cm m in ft um nm mil uin) or code text; -1 when unknown.
-int ParseLengthUnit(const std::string& text);
-// The unit code of an angle unit name (deg rad) or code text; -1 when unknown.
-int ParseAngleUnit(const std::string& text);
 
 }  // namespace kvxim

@@ -1,6 +1,7 @@
 #include "ModuleHost.h"
 
 #include "kvx/platform/Environment.h"
+#include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Text.h"
 
@@ -13,7 +14,11 @@ std::wstring HostFolder() {
 namespace {
 std::wstring ModuleFolder() {
   if (auto folder = kvx::platform::GetEnvWide(L"KVX_MODULE_DIR"); folder && !folder->empty()) return *folder;
-  return HostFolder();
+  const std::wstring beside = HostFolder();
+  const std::wstring module = kvx::platform::LibraryFileName(kvx::module::kModuleLibraryBaseName);
+  if (kvx::platform::FileExists(kvx::platform::JoinPath(beside, module))) return beside;
+  // Installed: the libraries are in the library folder, set by the build relative to the program folder.
+  return kvx::platform::JoinPath(beside, KVXIM_LIBDIR_FROM_BINDIR);
 }
 
 template <typename Fn>
@@ -77,6 +82,20 @@ std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& fil
     return nullptr;
   }
   return root;
+}
+
+bool SaveRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, std::ostream& err) {
+  if (file == "-") {
+    out << host.Document().ToText();
+    return out.good();
+  }
+  std::wstring error;
+  if (!host.Document().SaveFile(kvx::platform::Widen(file), error)) {
+    err << "kvxim: " << kvx::platform::Narrow(error) << "\n";
+    return false;
+  }
+  out << "wrote " << file << "\n";
+  return true;
 }
 
 ModuleHost::~ModuleHost() {

@@ -14,8 +14,9 @@ namespace kvxim {
 
 class ModuleHost {
  public:
-  // Loads the database library and the module from `folder` (the folder of kvxim unless KVX_MODULE_DIR is
-  // set), opens the database `databasePath` (the default one when empty), and calls SetXMLDoc and
+  // Loads the database library and the module from their folder (KVX_MODULE_DIR when set, else the folder
+  // of kvxim in the build tree or the library folder of the installed layout), opens the database
+  // `databasePath` (the default one when empty), and calls SetXMLDoc and
   // SetDBModuleList. Null with a one-line reason when the module or one of its exports is missing; a
   // database that cannot be used only yields `warning` (the tolerance rule then has an empty table).
   static std::unique_ptr<ModuleHost> Load(const std::wstring& databasePath, std::wstring& error,
@@ -44,6 +45,10 @@ class ModuleHost {
 
 // Loads a rule-set file into the host's document and returns its "RuleSet" root; null after one line to `err`.
 std::unique_ptr<KvxXMLNode> LoadRuleSet(ModuleHost& host, const std::string& file, std::ostream& err);
+
+// Writes the host's document to `file` atomically ("-": to `out`), then "wrote FILE" to `out`; false after
+// one line with the reason to `err`.
+bool SaveRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, std::ostream& err);
 
 // The folder kvxim runs from.
 std::wstring HostFolder();

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <iostream>
@@ -13,23 +14,19 @@
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
+#include "kvx/utility/LocationHelper.h"
 
 namespace {
 
 using kvx::platform::Narrow;
 using kvx::platform::Widen;
 
-// The English resource texts beside the running program, when nobody made a resource library current:
-// without them every message of the reader would be an empty text.
+// The English resource texts of the product, when nobody made a resource library current: without them every
+// message of the reader would be an empty text.
 std::unique_ptr<kvx::platform::ResourceLibrary> LoadEnglishTextsIfNoneCurrent() {
   if (kvx::platform::CurrentResourceLibrary()) return nullptr;
-  static const int anchor = 0;
-  const std::wstring folder = kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(&anchor));
-  if (folder.empty()) return nullptr;
-  const std::wstring english = kvx::platform::JoinPath(
-      kvx::platform::JoinPath(kvx::platform::JoinPath(folder, L"res"), L"english"),
-      kvx::platform::LibraryFileName(L"KVXIMRulesResu"));
-  return kvx::platform::ResourceLibrary::Load(english);
+  return kvx::platform::ResourceLibrary::Load(kvx::platform::JoinPath(
+      CLocationHelper::GetDefaultResPath(), kvx::platform::LibraryFileName(L"KVXIMRulesResu")));
 }
 
 bool BuildRequests(const SheetCommandOptions& options, std::vector<kvx::params::ColumnRequest>& requests,
@@ -88,6 +85,16 @@ void WriteText(const std::vector<std::string>& letters, const kvx::params::Sprea
   out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
+// The letters of the columns that came back empty, in the order they were asked for.
+std::vector<std::string> EmptyColumnLetters(const std::vector<std::string>& letters,
+                                            const kvx::params::SpreadsheetTable& table) {
+  std::vector<std::string> empty;
+  for (std::size_t index = 0; index < table.size() && index < letters.size(); ++index) {
+    if (table[index].empty()) empty.push_back(letters[index]);
+  }
+  return empty;
+}
+
 }  // namespace
 
 int RunSheetCommand(const SheetCommandOptions& options, std::ostream& out, std::ostream& err) {
@@ -108,13 +115,14 @@ int RunSheetCommand(const SheetCommandOptions& options, std::ostream& out, std::
   else
     WriteText(options.columns, table, out);
 
-  std::wstring message;
-  if (kvx::params::CheckSpreadsheetTable(table, message)) return 0;
-  err << fmt::format("kvxim sheet: {}\n", message.empty() ? "a column is empty" : Narrow(message));
+  const std::vector<std::string> empty = EmptyColumnLetters(options.columns, table);
+  if (empty.empty()) return 0;
+  err << fmt::format("kvxim sheet: {} {} {} empty\n", empty.size() == 1 ? "column" : "columns", fmt::join(empty, ", "),
+                     empty.size() == 1 ? "is" : "are");
   return 2;
 }
 
-void AddSheetCommand(CLI::App& app, int& exitCode) {
+void AddSheetCommand(CLI::App& app, kvxim::CommandTable& table) {
   auto options = std::make_shared<SheetCommandOptions>();
   CLI::App* sheet = app.add_subcommand(
       "sheet", "Read columns of a spreadsheet (.xls, .xlsx) as the tolerance import does; exit 1 when the "
@@ -126,5 +134,6 @@ void AddSheetCommand(CLI::App& app, int& exitCode) {
   sheet->add_option("--kinds", options->kinds, "Column kinds, comma-separated (4: fixed six-decimal numbers)")
       ->delimiter(',');
   sheet->add_flag("--json", options->json, "Print an array of columns, each an array of texts");
-  sheet->callback([options, &exitCode] { exitCode = RunSheetCommand(*options, std::cout, std::cerr); });
+  table.push_back({sheet, kvxim::Needs::Nothing,
+                   [options](kvxim::ModuleHost*) { return RunSheetCommand(*options, std::cout, std::cerr); }});
 }

@@ -5,9 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}
+#include "CommandTable.h"
 
 struct SheetCommandOptions {
   std::string file;                                      // UTF-8 path
@@ -19,9 +17,9 @@ struct SheetCommandOptions {
 // Reads the columns and writes them to `out`, column by column. Returns 0 when the table was read and
 // every column holds a text; 2 when it was read but the table check failed (its message goes to `err`,
 // the table to `out` all the same); 1 when the file could not be read or the options do not fit (the
-// reason goes to `err`, nothing to `out`).
+// reason goes to `err`, nothing to `out`). Empty columns are named by their letters.
 int RunSheetCommand(const SheetCommandOptions& options, std::ostream& out, std::ostream& err);
 
-// Registers the "sheet" subcommand on `app`; when it runs, `exitCode` receives RunSheetCommand's result.
-// Sets up no user interface, only the resource texts the messages need.
-void AddSheetCommand(CLI::App& app, int& exitCode);
+// Registers the "sheet" subcommand on `app` and in `table`. It sets up no user interface, only the resource
+// texts the messages need.
+void AddSheetCommand(CLI::App& app, kvxim::CommandTable& table);

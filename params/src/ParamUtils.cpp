@@ -10,6 +10,7 @@
 #include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::params {
 
@@ -49,7 +50,8 @@ bool CheckDatabaseDirectory(bool report) {
   std::wstring folder = kvx::platform::GetEnvWide(L"KORVEX_DATABASE_DIR").value_or(std::wstring());
   while (!folder.empty() && folder.back() == L'\\') folder.pop_back();
   const bool usable = IsDirectoryUsable(folder) && IsFileWritable(folder);
-  KvxMessageBox(LoadLocalizedString(usable ? 2857 : 2856), L"Korvex", KvxMessageIcon::Exclamation);
+  const int message = usable ? kvx::res::kDatabaseDirUsable : kvx::res::kDatabaseDirNotUsable;
+  KvxMessageBox(LoadLocalizedString(message), L"Korvex", KvxMessageIcon::Exclamation);
   return usable;
 }
 

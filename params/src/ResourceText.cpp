@@ -5,18 +5,27 @@
 namespace kvx::params {
 
 namespace {
-ModuleContext g_context;
+// The library-wide state the host protocol demands (one document, one pair of resource libraries per
+// library); changed only through ModuleContextScope.
+constinit const ModuleContext kNoContext{};
+constinit const ModuleContext* g_installed = nullptr;
 }  // namespace
 
-ModuleContext& Module() { return g_context; }
+const ModuleContext& Module() { return g_installed ? *g_installed : kNoContext; }
+
+ModuleContextScope::ModuleContextScope(const ModuleContext& context) : previous_(g_installed) {
+  g_installed = &context;
+}
+
+ModuleContextScope::~ModuleContextScope() { g_installed = previous_; }
 
 std::wstring LoadLocalizedString(int id) {
-  kvx::platform::ResourceScope scope(g_context.localizedResources);
+  kvx::platform::ResourceScope scope(Module().localizedResources);
   return kvx::platform::LoadResString(id);
 }
 
 std::wstring LoadDefaultString(int id) {
-  kvx::platform::ResourceScope scope(g_context.defaultResources);
+  kvx::platform::ResourceScope scope(Module().defaultResources);
   return kvx::platform::LoadResString(id);
 }
 

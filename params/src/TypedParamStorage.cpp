@@ -5,8 +5,8 @@
 
 #include <cstdio>
 #include <cwchar>
-#include <sstream>
 
+#include "ReadDouble.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/params/ModuleContext.h"
 
@@ -45,11 +45,7 @@ typename ValueOf<kType>::type FromText(const std::wstring& text) {
   } else if constexpr (kType == KVX_TYPE_BOOL) {
     return text != L"0";
   } else if constexpr (kType == KVX_TYPE_DOUBLE) {
-    std::wistringstream in(text);
-    in.imbue(std::locale::classic());
-    double value = 0.0;
-    if (!(in >> value)) return 0.0;
-    return value;
+    return ReadDouble(text);
   } else if constexpr (kType == KVX_TYPE_STRING) {
     return text;
   } else {
@@ -109,14 +105,6 @@ void WriteDeviation(KvxXMLNode& criteria, const wchar_t* kind, const Criticality
   }
 }
 
-double StreamDouble(const std::wstring& text) {
-  std::wistringstream in(text);
-  in.imbue(std::locale::classic());
-  double value = 0.0;
-  if (!(in >> value)) return 0.0;
-  return value;
-}
-
 // Reads one level of a deviation element. Three or more values leave both texts empty, so the pair
 // comes back as (0, 0); kept as it is.
 void ReadCriticalityNode(const KvxXMLNode& deviation, const wchar_t* name, std::int32_t level, CriticalityMap& map) {
@@ -132,7 +120,7 @@ void ReadCriticalityNode(const KvxXMLNode& deviation, const wchar_t* name, std::
     csValue1 = values->GetItem(0)->GetNodeValue();
     csValue2 = values->GetItem(1)->GetNodeValue();
   }
-  map[level] = CriticalityPair{StreamDouble(csValue1), StreamDouble(csValue2)};
+  map[level] = CriticalityPair{ReadDouble(csValue1), ReadDouble(csValue2)};
 }
 
 std::unique_ptr<KvxXMLNode> FindParameterElement(const KvxXMLNode& ruleNode, long id) {
@@ -196,12 +184,10 @@ std::vector<KvxValueView> CTypedParamStorage<kType>::DescribeValues() const {
 
 template <Type_e kType>
 void CTypedParamStorage<kType>::CleanUpBeforeWriting() {
-  // A range operator with 1, 5, 7, 11, ... values loses them, in memory too: an odd test, kept exactly,
-  // because stored rule sets were written by it.
+  // The values are lost in memory too.
   const size_t n = m_values.size();
   const bool emptyAndNoRemarks = n == 0 && csRemarks.empty();
-  const bool oddRange = iOperator == KVX_OP_RANGE && n % 3 != 0 && n % 2 == 1;
-  if (emptyAndNoRemarks || oddRange) ResetValues();
+  if (emptyAndNoRemarks || WritingDropsRange(iOperator, n)) ResetValues();
 }
 
 template <Type_e kType>
@@ -318,5 +304,7 @@ std::unique_ptr<CKvxParamStorage> MakeParamStorage(Type_e valueType, long id, Kv
 std::vector<double>* DoubleValues(CKvxParamStorage* parameter) {
   return parameter ? parameter->GetDoubleValues() : nullptr;
 }
+
+bool WritingDropsRange(int op, size_t count) { return op == KVX_OP_RANGE && count % 3 != 0 && count % 2 == 1; }
 
 }  // namespace kvx::params

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <sstream>
 
+#include "kvx/framework/KvxOperators.h"
+#include "kvx/framework/KvxUnits.h"
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/FileSystem.h"
@@ -12,6 +14,7 @@
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Settings.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::params {
 
@@ -33,48 +36,24 @@ void RestoreZeroAfterSeparator(std::wstring& text) {
   if (!text.empty() && EndsWith(text, DecimalSeparator())) text += L"0";
 }
 
-std::wstring LocalizedStringOfCode(int code, std::initializer_list<std::pair<int, int>> table) {
-  for (const auto& [key, id] : table) {
-    if (key == code) return LoadLocalizedString(id);
-  }
-  return {};
+// The shown text of unit `code` of quantity `kind`; empty for a unit without one.
+std::wstring UnitText(int kind, int code) {
+  const KvxUnit* unit = FindKvxUnit(kind, code);
+  return unit && unit->textId != 0 ? LoadLocalizedString(unit->textId) : std::wstring();
 }
 
-constexpr int kFirstSeverityName = 2014;
+constexpr int kFirstSeverityName = kvx::res::kSeverityVeryLow;
 constexpr int kSeverityNameCount = 5;
 
-struct LanguageEntry {
-  const wchar_t* name;
-  unsigned id;
-};
-constexpr LanguageEntry kLanguages[] = {
-    {L"chinese-simplified", 2052}, {L"chinese", 1028}, {L"czech", 1029},  {L"english", 1033},
-    {L"french", 1036},             {L"german", 1031},  {L"italian", 1040}, {L"japanese", 1041},
-    {L"korean", 1042},             {L"polish", 1045},  {L"russian", 1049}, {L"spanish", 1034},
-    {L"portuguese-brazilian", 1046},
-};
 }  // namespace
 
 // --- Operators -------------------------------------------------------------------------------
 
-std::wstring OperatorToText(int op) {
-  switch (op) {
-    case 1: return L"RANGE";
-    case 3: return L"=";
-    case 5: return L"<";
-    case 6: return L">";
-    case 7: return L">=";
-    case 8: return L"<=";
-    default: return {};
-  }
-}
+std::wstring OperatorToText(int op) { return std::wstring(KvxOperatorWordOf(op)); }
 
 int TextToOperator(const std::wstring& text) {
-  // Tried in this order; "<=" before "<" matters only for readers of the table, the match is exact.
-  static const std::pair<const wchar_t*, int> kWords[] = {{L"<=", 8}, {L"<", 5}, {L"=", 3},
-                                                          {L">", 6},  {L">=", 7}, {L"RANGE", 1}};
-  for (const auto& [word, op] : kWords) {
-    if (kvx::platform::EqualsNoCase(text, word)) return op;
+  for (const KvxOperatorWord& entry : kKvxOperatorWords) {
+    if (kvx::platform::EqualsNoCase(text, std::wstring(entry.word))) return entry.op;
   }
   return 0;
 }
@@ -159,14 +138,9 @@ std::string WideToNarrow(const std::wstring& text) { return kvx::platform::Narro
 
 // --- Units and severities ----------------------------------------------------------------------
 
-std::wstring LengthUnitText(int unitCode) {
-  return LocalizedStringOfCode(unitCode, {{0, 2000}, {1, 2006}, {2, 2007}, {3, 2010}, {4, 2011},
-                                          {6, 2003}, {7, 2004}, {8, 2005}, {9, 2009}, {10, 2008}});
-}
+std::wstring LengthUnitText(int unitCode) { return UnitText(KVX_QUANTITY_LENGTH, unitCode); }
 
-std::wstring AngleUnitText(int unitCode) {
-  return LocalizedStringOfCode(unitCode, {{0, 2012}, {1, 2001}, {2, 2002}, {3, 2013}});
-}
+std::wstring AngleUnitText(int unitCode) { return UnitText(KVX_QUANTITY_ANGLE, unitCode); }
 
 int SeverityNameToIndex(const std::wstring& text) {
   for (int i = 0; i < kSeverityNameCount; ++i) {
@@ -186,22 +160,6 @@ std::vector<std::wstring> SeverityNames() {
 std::wstring SeverityCodeToName(int code) {
   if (code < 0 || code >= kSeverityNameCount) return {};
   return LoadLocalizedString(kFirstSeverityName + code);
-}
-
-// --- Languages ---------------------------------------------------------------------------------
-
-unsigned LanguageNameToId(const std::wstring& name) {
-  for (const auto& entry : kLanguages) {
-    if (kvx::platform::EqualsNoCase(name, entry.name)) return entry.id;
-  }
-  return 1033;
-}
-
-std::wstring LanguageIdToName(unsigned id) {
-  for (const auto& entry : kLanguages) {
-    if (entry.id == id) return entry.name;
-  }
-  return L"english";
 }
 
 // --- Environment and system probes -------------------------------------------------------------

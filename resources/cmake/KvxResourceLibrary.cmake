@@ -5,7 +5,8 @@
 # as ${KVX_RESOURCE_ROOT}/<LANGUAGE>/libKVXIMRulesResu.so, target KVXIMRulesResu_<LANGUAGE>.
 # PICTURES folders are searched in order (the language's own drawings before the shared ones);
 # folders that do not exist yet are skipped, and adding one later is picked up by the next build.
-# REFERENCE names the table whose placeholders this one must keep (mismatches are build warnings).
+# REFERENCE names the English table a translation must match: the same ids and placeholders, and no
+# English text left unmarked (each mismatch fails the build, naming file, line and id).
 # TARGET and OUTPUT_DIRECTORY override the defaults, for libraries built only for tests.
 function(kvx_add_resource_library)
   cmake_parse_arguments(PARSE_ARGV 0 ARG "" "LANGUAGE;TABLE;REFERENCE;TARGET;OUTPUT_DIRECTORY" "PICTURES")
@@ -59,4 +60,8 @@ function(kvx_add_resource_library)
     LIBRARY_OUTPUT_DIRECTORY ${output_dir})
   # A resource library stands alone: every symbol it needs must be resolved when it is linked.
   target_link_options(${target} PRIVATE LINKER:--no-undefined)
+  # Installed by language under the resource root; libraries built for tests stay in the build tree.
+  if(NOT ARG_OUTPUT_DIRECTORY)
+    install(TARGETS ${target} LIBRARY DESTINATION ${KVX_INSTALL_RESOURCE_ROOT}/${ARG_LANGUAGE})
+  endif()
 endfunction()

@@ -5,8 +5,7 @@ namespace kvx::rescomp {
 std::string Diagnostic::ToString() const {
   std::string text = file;
   if (line > 0) text += ":" + std::to_string(line);
-  text += kind == Kind::Error ? ": error: " : ": warning: ";
-  return text + message;
+  return text + ": error: " + message;
 }
 
 }  // namespace kvx::rescomp

@@ -1,5 +1,5 @@
 #pragma once
-// Messages the resource compiler reports about its input, in the "file:line: kind: text" form
+// Messages the resource compiler reports about its input, in the "file:line: error: text" form
 // that editors and build logs turn into links.
 #include <string>
 #include <vector>
@@ -7,11 +7,9 @@
 namespace kvx::rescomp {
 
 struct Diagnostic {
-  enum class Kind { Error, Warning };
   std::string file;
   int line = 0;  // 0 when the message is about the file as a whole
   std::string message;
-  Kind kind = Kind::Error;
 
   // "file:line: error: message" (the line is left out when it is 0).
   std::string ToString() const;

@@ -33,15 +33,12 @@ void Print(const Diagnostics& diagnostics) {
   for (const auto& diagnostic : diagnostics) std::cerr << diagnostic.ToString() << '\n';
 }
 
-// Warnings only: a translation with a wrong placeholder still builds, and its texts are checked
-// again when they are used as formats.
-void WarnAboutPlaceholders(const kvx::rescomp::StringTable& table, const fs::path& referencePath) {
+// A translation is checked against the English table: a wrong placeholder or a missing text stops the
+// build here rather than showing a broken or English text to a user.
+Diagnostics CompareWithReference(const kvx::rescomp::StringTable& table, const fs::path& referencePath) {
   const auto reference = kvx::rescomp::ReadStringTable(referencePath);
-  if (!reference.ok()) {
-    std::cerr << referencePath.string() << ": warning: reference table unusable, placeholders not compared\n";
-    return;
-  }
-  Print(kvx::rescomp::ComparePlaceholders(table, reference.table));
+  if (!reference.ok()) return reference.errors;
+  return kvx::rescomp::CompareWithReference(table, reference.table);
 }
 
 int Compile(const Options& options) {
@@ -50,7 +47,13 @@ int Compile(const Options& options) {
   Print(parse.errors);
   Print(pictures.errors);
   if (!parse.ok() || !pictures.ok()) return kInputError;
-  if (!options.reference.empty()) WarnAboutPlaceholders(parse.table, options.reference);
+  Diagnostics problems = kvx::rescomp::CheckFieldSizes(parse.table);
+  if (!options.reference.empty()) {
+    const Diagnostics translation = CompareWithReference(parse.table, options.reference);
+    problems.insert(problems.end(), translation.begin(), translation.end());
+  }
+  Print(problems);
+  if (!problems.empty()) return kInputError;
 
   const std::string source = kvx::rescomp::GenerateResourceSource(parse.table, pictures.pictures);
   std::wstring error;
@@ -70,7 +73,7 @@ int main(int argc, char** argv) {
   app.add_option("--pictures", options.pictureFolders,
                  "folder of <id>.svg pictures; repeat it, earlier folders win");
   app.add_option("--reference", options.reference,
-                 "table whose placeholders this one must keep (mismatches are warnings)");
+                 "the English table this translation must match (ids and placeholders)");
   app.add_option("--output", options.output, "C++ source to write")->required();
   CLI11_PARSE(app, argc, argv);
   return Compile(options);

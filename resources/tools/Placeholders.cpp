@@ -1,5 +1,7 @@
 #include "Placeholders.h"
 
+#include <algorithm>
+
 namespace kvx::rescomp {
 
 namespace {
@@ -68,6 +70,27 @@ std::string Joined(const std::vector<std::string>& placeholders) {
   return text;
 }
 
+// The larger of a conversion's width and precision as written (digits only; '*' takes an argument).
+int LargestFieldSize(std::string_view conversion) {
+  std::size_t pos = 1;
+  SkipPosition(conversion, pos);
+  while (pos < conversion.size() && IsIn(kFlags, conversion[pos])) ++pos;
+  auto number = [&] {
+    long value = 0;
+    for (; pos < conversion.size() && IsIn(kDigits, conversion[pos]); ++pos) {
+      value = std::min<long>(value * 10 + (conversion[pos] - '0'), kMaxFieldSize + 1L);
+    }
+    return static_cast<int>(value);
+  };
+  const int width = number();
+  int precision = 0;
+  if (pos < conversion.size() && conversion[pos] == '.') {
+    ++pos;
+    precision = number();
+  }
+  return std::max(width, precision);
+}
+
 }  // namespace
 
 std::vector<std::string> PrintfPlaceholders(std::string_view format) {
@@ -88,30 +111,50 @@ std::vector<std::string> PrintfPlaceholders(std::string_view format) {
   return placeholders;
 }
 
-Diagnostics ComparePlaceholders(const StringTable& table, const StringTable& reference) {
-  Diagnostics warnings;
-  auto warn = [&](int line, std::string message) {
-    warnings.push_back({table.file, line, std::move(message), Diagnostic::Kind::Warning});
-  };
+Diagnostics CheckFieldSizes(const StringTable& table) {
+  Diagnostics errors;
   for (const StringEntry& entry : table.entries) {
+    for (const std::string& placeholder : PrintfPlaceholders(entry.text)) {
+      if (LargestFieldSize(placeholder) <= kMaxFieldSize) continue;
+      errors.push_back({table.file, entry.line,
+                        "the placeholder " + placeholder + " of id " + std::to_string(entry.id) +
+                            " has a width or precision above " + std::to_string(kMaxFieldSize)});
+    }
+  }
+  return errors;
+}
+
+Diagnostics CompareWithReference(const StringTable& table, const StringTable& reference) {
+  Diagnostics errors;
+  auto fail = [&](int line, std::string message) { errors.push_back({table.file, line, std::move(message)}); };
+  for (const StringEntry& entry : table.entries) {
+    const std::string id = "id " + std::to_string(entry.id);
     const StringEntry* original = reference.Find(entry.id);
     if (!original) {
-      warn(entry.line, "id " + std::to_string(entry.id) + " is not in " + reference.file);
+      fail(entry.line, id + " is not in " + reference.file);
       continue;
     }
+    const std::string where = reference.file + ":" + std::to_string(original->line);
     const auto ours = PrintfPlaceholders(entry.text);
     const auto theirs = PrintfPlaceholders(original->text);
-    if (ours == theirs) continue;
-    warn(entry.line, "the placeholders of id " + std::to_string(entry.id) + " (" + Joined(ours) +
-                         ") differ from " + reference.file + ":" + std::to_string(original->line) + " (" +
-                         Joined(theirs) + ")");
-  }
-  for (const StringEntry& original : reference.entries) {
-    if (!table.Find(original.id)) {
-      warn(0, "id " + std::to_string(original.id) + " of " + reference.file + " is missing");
+    if (ours != theirs) {
+      fail(entry.line, "the placeholders of " + id + " (" + Joined(ours) + ") differ from " + where + " (" +
+                           Joined(theirs) + ")");
+    }
+    if (entry.sameAsEnglish && entry.text != original->text) {
+      fail(entry.line, id + " is marked as the English text but differs from " + where);
+    }
+    if (!entry.sameAsEnglish && !entry.text.empty() && entry.text == original->text) {
+      fail(entry.line, id + " is the English text of " + where + " unchanged: translate it, or write " +
+                           std::to_string(entry.id) + "= where it is the same word on purpose");
     }
   }
-  return warnings;
+  for (const StringEntry& original : reference.entries) {
+    if (table.Find(original.id)) continue;
+    fail(0, "id " + std::to_string(original.id) + " of " + reference.file + ":" + std::to_string(original.line) +
+                " has no translation");
+  }
+  return errors;
 }
 
 }  // namespace kvx::rescomp

@@ -15,8 +15,15 @@ namespace kvx::rescomp {
 // well-formed placeholder.
 std::vector<std::string> PrintfPlaceholders(std::string_view format);
 
-// Warnings for every entry of `table` whose placeholders differ from the entry with the same id in
-// `reference` (count, order or conversion), and for ids that only one of the two tables has.
-Diagnostics ComparePlaceholders(const StringTable& table, const StringTable& reference);
+// A width or precision above this is refused: a translation must not make a format print megabytes.
+inline constexpr int kMaxFieldSize = 64;
+
+// Errors for every conversion of `table` whose width or precision exceeds kMaxFieldSize.
+Diagnostics CheckFieldSizes(const StringTable& table);
+
+// Errors that make a translation unusable against its English `reference`: an entry whose placeholders
+// differ (count, order or conversion), an id that only one of the two tables has, a text left in English
+// without the "same word" mark, and a marked text that is not the English one.
+Diagnostics CompareWithReference(const StringTable& table, const StringTable& reference);
 
 }  // namespace kvx::rescomp

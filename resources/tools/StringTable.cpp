@@ -60,8 +60,10 @@ class TableParser {
     if (tab == std::string_view::npos) {
       return Fail(lineNumber, "expected <id><TAB><text>, found no TAB after the id");
     }
-    const std::string_view idText = line.substr(0, tab);
+    std::string_view idText = line.substr(0, tab);
     const std::string_view rawText = line.substr(tab + 1);
+    const bool sameAsEnglish = idText.ends_with('=');
+    if (sameAsEnglish) idText.remove_suffix(1);
 
     const IdParse id = ParseResourceId(idText);
     if (id.status == IdParse::Status::NotANumber) {
@@ -84,7 +86,7 @@ class TableParser {
       return Fail(lineNumber, "duplicate id " + std::to_string(id.id) + " (first defined on line " +
                                   std::to_string(previous->second) + ")");
     }
-    result_.table.entries.push_back({id.id, std::move(*text), lineNumber});
+    result_.table.entries.push_back({id.id, std::move(*text), lineNumber, sameAsEnglish});
   }
 
   TableParse Finish() {

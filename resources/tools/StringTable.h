@@ -1,6 +1,7 @@
 #pragma once
 // A language's string table as a translator edits it: UTF-8 text, one entry per line,
 // "<id><TAB><text>", with "#" comment lines and the escapes \t \n \s (space) and \\.
+// "<id>=<TAB><text>" marks a text that is deliberately the same as the English one.
 // The full syntax is described in resources/README.md.
 #include <filesystem>
 #include <string>
@@ -27,6 +28,7 @@ struct StringEntry {
   int id = 0;
   std::string text;  // UTF-8, escapes resolved
   int line = 0;      // where the entry stands in its table, for messages
+  bool sameAsEnglish = false;  // written "<id>=": the same word in both languages, on purpose
 };
 
 struct StringTable {

@@ -1,23 +1,16 @@
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
 
-#include <utility>
-
 #include "kvx/res/StringIds.h"
 
 namespace {
 using namespace kvx::rules;
 using namespace kvx::res;
 
-MinRibClearanceEditor& InstalledEditor() {
-  static MinRibClearanceEditor editor;
-  return editor;
-}
-
 const RuleDefinition& MinRibClearanceRule() {
   static const RuleDefinition definition{
       .nameId = kMinRibClearanceRuleName,
       .keyNameId = kMinRibClearanceRuleName,
-      .ruleId = 12020,
+      .ruleId = CKVXIMMinRibClearanceRule::kRuleId,
       .severity = 2,
       .placeholderFormat = kMinRibClearanceSummary,
       .placeholderArguments = 2,
@@ -35,12 +28,3 @@ const RuleDefinition& MinRibClearanceRule() {
 }  // namespace
 
 CKVXIMMinRibClearanceRule::CKVXIMMinRibClearanceRule() : CKVXIMRuleFrame(MinRibClearanceRule()) {}
-
-int CKVXIMMinRibClearanceRule::OpenEditor(const kvx::platform::Picture& picture) {
-  if (const MinRibClearanceEditor& editor = InstalledEditor()) return editor(*this);
-  return CKVXIMRuleFrame::OpenEditor(picture);
-}
-
-MinRibClearanceEditor SetMinRibClearanceEditor(MinRibClearanceEditor editor) {
-  return std::exchange(InstalledEditor(), std::move(editor));
-}

@@ -38,9 +38,9 @@ const RuleDefinition& RibReinforcementRule() {
                      .ownLimitsAlwaysFollow = true,
                      .parametersRequired = true,
                      .normaliseLegacyValues = true},
-      .stopOnIncompleteConstraint = true,
       .executeResult = -3,  // kept: the host reads -3 from this rule
       .ignoresAssemblyStatus = true,
+      .stopOnIncompleteConstraint = true,
   };
   return definition;
 }

@@ -15,13 +15,14 @@
 #include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/PictureIds.h"
 #include "kvx/res/StringIds.h"
 #include "kvx/rules/RecoMoldTolDatabase.h"
 
 namespace {
 
 constexpr int kSeverity = 3;
-constexpr int kRulePicture = 2526;
+constexpr int kRulePicture = kvx::res::kMouldingToleranceDialogPicture;
 constexpr KvxParamType_e kColumnParamType = 1;
 constexpr double kMissingValue = -1.0;
 
@@ -40,11 +41,6 @@ constexpr Column kColumns[] = {
 
 // Material name -> its rows, ordered by the names' characters (case-sensitive).
 using MaterialTolerances = std::map<std::wstring, std::vector<ToleranceRow>>;
-
-RecoMoldTolEditor& InstalledEditor() {
-  static RecoMoldTolEditor editor;
-  return editor;
-}
 
 std::vector<double>* ColumnValues(const CKVXConstraint& constraint, long id) {
   return kvx::params::DoubleValues(constraint.FindParameterInArray(id));
@@ -114,12 +110,6 @@ void FillColumns(const CKVXConstraint& constraint, const std::vector<ToleranceRo
 
 }  // namespace
 
-RecoMoldTolEditor SetRecoMoldTolEditor(RecoMoldTolEditor editor) {
-  RecoMoldTolEditor previous = std::move(InstalledEditor());
-  InstalledEditor() = std::move(editor);
-  return previous;
-}
-
 CKVXRecoMoldTolRule::CKVXRecoMoldTolRule(KvxXMLNode* ruleNode) {
   const auto& module = kvx::params::Module();
   kvx::platform::ResourceScope resources(module.localizedResources);
@@ -127,7 +117,7 @@ CKVXRecoMoldTolRule::CKVXRecoMoldTolRule(KvxXMLNode* ruleNode) {
     m_csDisplayName = kvx::params::LoadLocalizedString(kvx::res::kMouldingToleranceRuleName);
     m_csRuleName = kvx::params::LoadDefaultString(kvx::res::kMouldingToleranceRuleName);
     m_csSummary = kvx::params::FormatText(kvx::params::LoadLocalizedString(kvx::res::kMouldingToleranceSummary));
-    m_csModuleName = L"KvxIMRulesValidator";
+    m_csModuleName = kvx::rules::kModuleKey;
     m_textList.push_back(kvx::params::LoadLocalizedString(kvx::res::kRuleModuleName));
     m_iRuleId = kRuleId;
     m_lRuleSeverity = kSeverity;
@@ -234,10 +224,7 @@ void CKVXRecoMoldTolRule::EditRule() {
   const auto& module = kvx::params::Module();
   if (!module.applicationPresent) return;
   kvx::platform::ResourceScope resources(module.localizedResources);
-  if (const RecoMoldTolEditor& editor = InstalledEditor()) {
-    editor(*this, kvx::params::LengthUnitText(m_unitSystem.iLengthUnit));
-    return;
-  }
+  // The rule's dialog service (the module's dialog library) opens the tolerance table dialog for it.
   ConfigureRule(kvx::platform::LoadResPicture(kRulePicture));
 }
 

@@ -22,9 +22,9 @@ const RuleDefinition& LipBottomRadiusRule() {
                   .slots = {{.parameterId = kLipBottomRadiusParam}},
                   .orEqualOperator = KVX_OP_GREATER_EQUAL},
       .materialWorkflow = false,
+      .ignoresAssemblyStatus = true,
       // A new rule keeps the placeholder summary until it is first read, written, converted or edited.
       .summaryOnInitialise = false,
-      .ignoresAssemblyStatus = true,
   };
   return definition;
 }

@@ -20,7 +20,6 @@ using kvx::rules::ParameterDefinition;
 using kvx::rules::UnitKind;
 
 namespace {
-constexpr const wchar_t* kModuleKey = L"KvxIMRulesValidator";
 // The framework's constraint kind for a material entry.
 constexpr int kMaterialConstraintKind = 1;
 
@@ -42,6 +41,17 @@ void EmptyValueList(CKvxParamStorage* parameter) {
   if (parameter) parameter->SetValueCount(0);
 }
 
+void KeepLimit(CKvxParamStorage* parameter, const ParameterDefinition& definition) {
+  std::vector<double>* values = kvx::params::DoubleValues(parameter);
+  if (!values) return;
+  if (values->empty()) *values = definition.defaults;
+  if (!kvx::module::IsWrittenKind(*parameter)) parameter->iParameterType = definition.parameterType;
+  if (!kvx::params::WritingDropsRange(parameter->iOperator, values->size())) return;
+  const double last = values->back();
+  const double upper = definition.defaults.size() > 1 ? definition.defaults[1] : last;
+  values->push_back(std::max(last, upper));
+}
+
 // The summary a new rule shows until its first build: the format filled with empty texts, or as it stands.
 std::wstring PlaceholderSummary(const kvx::rules::RuleDefinition& definition) {
   if (definition.placeholderFormat == 0) return {};
@@ -57,7 +67,7 @@ CKVXIMRuleFrame::CKVXIMRuleFrame(const kvx::rules::RuleDefinition& definition) :
     m_csDisplayName = LoadResString(definition.nameId);
     m_csRuleName = kvx::params::LoadDefaultString(definition.keyNameId);
     m_csSummary = PlaceholderSummary(definition);
-    m_csModuleName = kModuleKey;
+    m_csModuleName = kvx::rules::kModuleKey;
     m_iRuleId = definition.ruleId;
     m_textList.push_back(LoadResString(kvx::res::kRuleModuleName));
     m_lRuleSeverity = definition.severity;
@@ -159,11 +169,19 @@ std::wstring CKVXIMRuleFrame::UnitText(UnitKind kind) const {
   return {};
 }
 
-// Unit texts are not part of the parameter XML: they follow the units the record was read in.
+// Unit texts are not part of the parameter XML: they follow the units the record was read in, for the
+// material entries too (they copied their texts from the rule's own before the units were read).
 void CKVXIMRuleFrame::RefreshUnitTexts() {
   for (const auto& definition : m_definition.parameters) {
-    CKvxParamStorage* parameter = FindParameterInArray(definition.id);
-    if (parameter && definition.unit != UnitKind::None) parameter->csUnit = UnitText(definition.unit);
+    if (definition.unit == UnitKind::None) continue;
+    if (CKvxParamStorage* parameter = FindParameterInArray(definition.id)) {
+      parameter->csUnit = UnitText(definition.unit);
+    }
+    for (const auto& constraint : m_constraintArray) {
+      if (CKvxParamStorage* parameter = constraint->FindParameterInArray(definition.id)) {
+        parameter->csUnit = UnitText(definition.unit);
+      }
+    }
   }
 }
 
@@ -183,6 +201,7 @@ void CKVXIMRuleFrame::PopulateParametersFromXML(KvxXMLNode* node) {
   for (CKvxParamStorage* parameter : OwnParameters()) EmptyValueList(parameter);
   if (workflow) ReloadConstraints(node);
   kvx::module::ReadRuleRecord(this, node);
+  KeepLimitsThatWereRead();
   RefreshUnitTexts();
   BuildSummary();
 }
@@ -201,6 +220,19 @@ void CKVXIMRuleFrame::ReloadConstraints(KvxXMLNode* node) {
   // counts always agree): start their value lists empty so that every value is read once.
   for (const auto& constraint : m_constraintArray) {
     for (const auto& parameter : constraint->Parameters()) EmptyValueList(parameter.get());
+  }
+}
+
+// A record may lack a parameter's element, hold a range with one value or a parameter without its
+// "ParameterType": each would make the next save leave the limit out (empty lists, ranges of an odd count
+// and kind 0 are not written). The limit is kept instead: the factory value where none was read, the
+// rule's own kind, and a range completed by its factory upper value.
+void CKVXIMRuleFrame::KeepLimitsThatWereRead() {
+  for (const auto& definition : m_definition.parameters) {
+    KeepLimit(FindParameterInArray(definition.id), definition);
+    for (const auto& constraint : m_constraintArray) {
+      KeepLimit(constraint->FindParameterInArray(definition.id), definition);
+    }
   }
 }
 

@@ -26,9 +26,6 @@ struct CKVXIMRuleFrame::SlotTexts {
 };
 
 namespace {
-// The summaries look for their material entry by this literal name, not by resource string 2827:
-// "Default" is the same word in every language, and saved rule sets store it so.
-constexpr const wchar_t* kDefaultConstraintName = L"Default";
 
 bool HasNoValues(const CKvxParamStorage* parameter) { return parameter->GetValueCount() == 0; }
 
@@ -49,7 +46,8 @@ void OperatorWords(CKvxParamStorage& parameter, std::wstring& wording, std::wstr
     case KVX_OP_GREATER: wording = LoadResString(kvx::res::kOperatorMoreThan); break;
     case KVX_OP_RANGE:
       wording = LoadResString(kvx::res::kOperatorRange);
-      value += L" to " + ValueText(parameter, 1);
+      // The joining word is the dialogs' "to" between a range's two values (" to " in English).
+      value += L" " + LoadResString(kvx::res::kRangeTo) + L" " + ValueText(parameter, 1);
       break;
     default: wording.clear(); break;
   }
@@ -85,7 +83,7 @@ bool CKVXIMRuleFrame::FillFromDefaultConstraints(std::vector<SlotTexts>& texts) 
   const SummaryDefinition& summary = m_definition.summary;
   if (summary.ownParameterRequired && !HasAllParameters()) return false;
   for (const auto& constraint : m_constraintArray) {
-    if (!kvx::platform::EqualsNoCase(constraint->csName, kDefaultConstraintName)) continue;
+    if (!kvx::platform::EqualsNoCase(constraint->csName, kvx::res::kDefaultConstraintText)) continue;
     for (const auto& parameter : constraint->Parameters()) {
       const auto slot = std::ranges::find(summary.slots, parameter->lId, &kvx::rules::SummarySlot::parameterId);
       if (slot == summary.slots.end()) continue;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <numbers>
+#include <optional>
 #include <set>
 
 #include "kvx/common_rules/CommonRules.h"
@@ -47,12 +48,15 @@ std::vector<double>& Values(const CKvxRule& rule, long id) {
 
 class CommonRulesTest : public kvx::test::ModuleFixture {
  protected:
+  // The module keeps its localized library current while the host calls it; here that is English.
   void SetUp() override {
     ModuleFixture::SetUp();
+    english_scope_.emplace(english_.get());
     SetXMLDoc(document_.get());
   }
   void TearDown() override {
     SetXMLDoc(nullptr);
+    english_scope_.reset();
     ModuleFixture::TearDown();
   }
   // Writes `rule` alone into a fresh rule set and reads it back; the "Rule" element.
@@ -61,6 +65,7 @@ class CommonRulesTest : public kvx::test::ModuleFixture {
     const std::string text = Place(rule.GetXML());  // the node is released before the document is replaced
     return LoadRule(text);
   }
+  std::optional<kvx::platform::ResourceScope> english_scope_;
 };
 
 TEST_F(CommonRulesTest, EveryClassCarriesItsIdentityAndEnglishKeyName) {
@@ -122,11 +127,10 @@ TEST_F(CommonRulesTest, SummariesFollowValuesOperatorsAndEdits) {
       return KVX_IDOK;
     }
   } dialog;
-  IKvxRuleDialogService* previous = SetRuleDialogService(&dialog);
   const RulePtr undercut = Make<CKVXIMUndercutDetectionRule>(12100);
   EXPECT_EQ(undercut->m_csSummary, L"Undercut detection on, undercuts at least 0.1 mm deep are reported");
+  undercut->SetDialogService(&dialog);
   undercut->EditRule();
-  SetRuleDialogService(previous);
   EXPECT_EQ(undercut->m_csSummary, L"Undercut detection off, undercuts at least 0.1 mm deep are reported");
 }
 

@@ -7,6 +7,7 @@
 #include "kvx/module/KVXIMRulesApp.h"
 #include "kvx/params/ModuleContext.h"
 #include "kvx/platform/Settings.h"
+#include "kvx/utility/LocationHelper.h"
 
 namespace kvx::test {
 namespace {
@@ -71,7 +72,7 @@ TEST_F(Startup, MaterialWorkflowReaderNeedsExactlyOne) {
     ScopedEnv workflow("ENABLE_MATERIAL_WORKFLOW", value);
     app.ReadMaterialWorkflowSwitch();
     EXPECT_EQ(app.m_bMaterialWorkflow, expected) << '"' << value << '"';
-    EXPECT_EQ(kvx::params::Module().materialWorkflow, expected);
+    EXPECT_EQ(app.Context().materialWorkflow, expected);
   }
   ScopedEnv unset("ENABLE_MATERIAL_WORKFLOW", nullptr);
   app.ReadMaterialWorkflowSwitch();
@@ -118,6 +119,15 @@ TEST_F(LanguageFromSettings, LocaleNameDependsOnTheHint) {
   EXPECT_EQ(app.LocaleNameForLanguage(), L"japanese");
   app.m_csLanguageHint = L"german";
   EXPECT_EQ(app.LocaleNameForLanguage(), L"english");
+}
+
+TEST(Languages, NamesAndIdentifiersWithEnglishAsTheFallback) {
+  EXPECT_EQ(CLanguageUtil::LanguageNameToId(L"Chinese-Simplified"), 2052u);
+  EXPECT_EQ(CLanguageUtil::LanguageIdToName(1028), L"chinese");
+  EXPECT_EQ(CLanguageUtil::LanguageNameToId(L"portuguese-brazilian"), 1046u);
+  EXPECT_EQ(CLanguageUtil::LanguageIdToName(1031), L"german");
+  for (const wchar_t* name : {L"", L"dutch", L"german "}) EXPECT_EQ(CLanguageUtil::LanguageNameToId(name), 1033u);
+  for (unsigned id : {0u, 1043u}) EXPECT_EQ(CLanguageUtil::LanguageIdToName(id), L"english") << id;
 }
 
 }  // namespace

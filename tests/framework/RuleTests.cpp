@@ -267,7 +267,7 @@ TEST(RuleBase, CopyTakesIdentityAndStateButNotParameters) {
 
 // --- User-interface services -----------------------------------------------------------------------
 
-TEST(UiServices, ConfigureRuleAsksTheInstalledDialogOrTellsTheUserAndCancels) {
+TEST(UiServices, ConfigureRuleAsksTheRulesDialogServiceOrTellsTheUserAndCancels) {
   struct Dialog final : IKvxRuleDialogService {
     int ConfigureRule(CKvxRule& rule, const kvx::platform::Picture& picture) override {
       seen = &rule;
@@ -280,24 +280,24 @@ TEST(UiServices, ConfigureRuleAsksTheInstalledDialogOrTellsTheUserAndCancels) {
   } dialog;
   MessageLog log;
   CKvxRule rule;
-  IKvxRuleDialogService* saved = SetRuleDialogService(nullptr);
-  KvxSetLastDialogResult(KVX_IDOK);
   EXPECT_EQ(rule.ConfigureRule(kvx::platform::Picture{}), KVX_IDCANCEL);
-  EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
+  EXPECT_EQ(rule.LastDialogResult(), KVX_DIALOG_UNAVAILABLE);
   rule.EditRule();
   ASSERT_EQ(log.texts.size(), 2u);
   EXPECT_EQ(log.texts[0].rfind(L"Korvex: ", 0), 0u);
 
-  SetRuleDialogService(&dialog);
+  rule.SetDialogService(&dialog);
   EXPECT_EQ(rule.ConfigureRule(kvx::platform::Picture{"svg", {1, 2}}), KVX_IDOK);
   EXPECT_EQ(dialog.seen, &rule);
   EXPECT_EQ(dialog.format, "svg");
-  EXPECT_EQ(KvxLastDialogResult(), KVX_IDOK) << "a host can tell afterwards how the dialog ended";
-  dialog.answer = KVX_IDCANCEL;
-  EXPECT_EQ(rule.ConfigureRule(kvx::platform::Picture{}), KVX_IDCANCEL);
-  EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
+  EXPECT_EQ(rule.LastDialogResult(), KVX_IDOK) << "a host can tell afterwards how the dialog ended";
+  // A dialog that could not be shown is a cancel to the caller; the rule remembers why.
+  for (const int answer : {KVX_IDCANCEL, KVX_DIALOG_UNAVAILABLE}) {
+    dialog.answer = answer;
+    EXPECT_EQ(rule.ConfigureRule(kvx::platform::Picture{}), KVX_IDCANCEL);
+    EXPECT_EQ(rule.LastDialogResult(), answer);
+  }
   EXPECT_EQ(log.texts.size(), 2u) << "a host with a dialog shows no message";
-  EXPECT_EQ(SetRuleDialogService(saved), &dialog);
 }
 
 TEST(UiServices, MessageBoxServiceInstallsAndRestores) {

@@ -176,21 +176,31 @@ TEST_F(XmlDocument, NodeTextAndItsIntegerForm) {
 
 TEST_F(XmlDocument, AttributesKeepOrderSurviveAnyTextAndStayUnique) {
   const std::wstring awkward = L"<&>\"' \u00b0 \u65e5\u672c \U0001F600";
+  // Characters no XML document can hold come back as U+FFFD, in attributes and in element text alike.
+  const std::wstring unfit = std::wstring(L"a\x01" L"b\uFFFE") + static_cast<wchar_t>(0xD800);
+  const std::wstring fitted = L"a\uFFFDb\uFFFD\uFFFD";
   EXPECT_TRUE(root_->AddAttribute(L"Unit", L"0"));
   EXPECT_TRUE(root_->AddAttribute(L"Name", awkward));
+  EXPECT_TRUE(root_->AddAttribute(L"Control", unfit));
+  auto text = document_.CreateNode(L"Text");
+  text->SetNodeValue(unfit);
+  root_->AppendNode(text.get());
   EXPECT_TRUE(root_->AddAttribute(L"Unit", L"3"));
   for (const wchar_t* bad : {L"", L"two words", L"1x", L"a=b", L"a\"b", L"<x", L"-x"}) {
     EXPECT_FALSE(root_->AddAttribute(bad, L"v")) << Narrow(bad);
   }
-  const std::string text = document_.ToText();
-  ASSERT_TRUE(WellFormed(text));
-  EXPECT_EQ(text.find("Unit=", text.find("Unit=") + 1), std::string::npos) << "a second add replaces: " << text;
-  EXPECT_LT(text.find("Unit=\"3\""), text.find("Name=")) << "the attribute keeps its place";
+  const std::string saved = document_.ToText();
+  ASSERT_TRUE(WellFormed(saved));
+  EXPECT_EQ(saved.find("Unit=", saved.find("Unit=") + 1), std::string::npos) << "a second add replaces: " << saved;
+  EXPECT_LT(saved.find("Unit=\"3\""), saved.find("Name=")) << "the attribute keeps its place";
   KvxXMLDocument reread;
-  std::wstring error, name;
-  ASSERT_TRUE(reread.LoadText(text, error));
+  std::wstring error, name, control;
+  ASSERT_TRUE(reread.LoadText(saved, error)) << Narrow(error);
   reread.GetRootNode()->GetAttributeValue(L"Name", name);
+  reread.GetRootNode()->GetAttributeValue(L"Control", control);
   EXPECT_EQ(name, awkward);
+  EXPECT_EQ(control, fitted);
+  EXPECT_EQ(reread.GetRootNode()->SelectSingleNode(L"Text")->GetNodeValue(), fitted);
 }
 
 // --- Loading and saving -----------------------------------------------------------------------------------
@@ -210,6 +220,37 @@ TEST_F(XmlDocument, BadTextIsRefusedWithTheLineAndKeepsThePreviousContent) {
   EXPECT_EQ(document_.ToText(), before);
   EXPECT_TRUE(root_->AddAttribute(L"Still", L"usable"));
   EXPECT_EQ(Load("\xEF\xBB\xBF<RuleSet Unit=\"2\"/>"), "") << "a byte order mark is accepted";
+}
+
+// Hostile documents: refused with a reason, in time linear in their size, leaving the document usable.
+TEST_F(XmlDocument, HostileDocumentsAreRefusedWithAReason) {
+  const auto nested = [](int depth) {
+    std::string text;
+    for (int i = 0; i < depth; ++i) text += "<a>";
+    for (int i = 0; i < depth; ++i) text += "</a>";
+    return text;
+  };
+  const auto attributes = [](int count, const std::string& last) {
+    std::string text = "<RuleSet";
+    for (int i = 0; i < count; ++i) text += " a" + std::to_string(i) + "=\"1\"";
+    return text + last + "/>";
+  };
+  const std::pair<std::string, const char*> cases[] = {
+      {nested(100000), "nest deeper than"},
+      {attributes(KvxXMLDocument::kMaxAttributes + 1, ""), "more than"},
+      {attributes(KvxXMLDocument::kMaxAttributes - 1, " a0=\"2\""), "a0 is given twice"},
+      {"<RuleSet>&#1;</RuleSet>", "character"},
+      {"<RuleSet a=\"&#xFFFE;\"/>", "character"},
+      {"<RuleSet>\xC3\x28</RuleSet>", "character"},
+      {"<RuleSet>\n<R\xC3\x97/></RuleSet>", "line 2: the element name"}};
+  for (const auto& [text, reason] : cases) {
+    const std::string error = Load(text);
+    EXPECT_NE(error.find(reason), std::string::npos) << error << " for " << text.substr(0, 60);
+  }
+  EXPECT_EQ(Load(nested(KvxXMLDocument::kMaxDepth)), "") << "the deepest allowed document loads";
+  EXPECT_EQ(Load(attributes(KvxXMLDocument::kMaxAttributes, "")), "");
+  EXPECT_EQ(Load("<R\xC3\xA8gle \xC3\xA9t\xC3\xA9=\"\xF0\x9F\x98\x80\"/>"), "") << "non-ASCII names and text";
+  EXPECT_TRUE(WellFormed(document_.ToText()));
 }
 
 TEST_F(XmlDocument, FilesLoadAndSaveWithPathInErrors) {

@@ -19,6 +19,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
@@ -137,11 +138,44 @@ class EditInProcess : public EditCommand {
 };
 
 TEST_F(EditInProcess, AcceptedUntouchedTheRuleSetIsWrittenUnchanged) {
-  const int code = Edit("12150", "out.xml", [](QDialog& dialog) { dialog.accept(); });
-  ASSERT_EQ(code, kvxim::kEditSaved) << errors_;
-  EXPECT_EQ(ReadTextFile(Path("out.xml")), original_);
-  EXPECT_EQ(ReadTextFile(Path("rules.xml")), original_);
+  for (const char* rule : {"12150", "12220", "12174"}) {
+    const auto ok = [](QDialog& dialog) {
+      dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    };
+    ASSERT_EQ(Edit(rule, "out.xml", ok), kvxim::kEditSaved) << errors_;
+    EXPECT_EQ(ReadTextFile(Path("out.xml")), original_) << rule;
+    ASSERT_EQ(Edit(rule, "", ok), kvxim::kEditSaved) << errors_;
+    EXPECT_EQ(ReadTextFile(Path("rules.xml")), original_) << rule;
+  }
   EXPECT_EQ(messageBoxes_, 0);
+}
+
+// The generic dialog edits the values the summary and the checks read (the "Default" entry's), labelled with
+// the parameters' names; `show` then prints the new limit in the summary, the rule and its entry alike.
+TEST_F(EditInProcess, AnEditedLimitIsWhatTheSummaryTheEntryAndTheFileHold) {
+  QStringList labels;
+  const int code = Edit("12150", "", [&](QDialog& dialog) {
+    for (const QLabel* label : dialog.findChildren<QLabel*>()) labels << label->text();
+    QLineEdit* blind = dialog.findChildren<QLineEdit*>().value(0);
+    ASSERT_NE(blind, nullptr);
+    blind->selectAll();
+    QTest::keyClicks(blind, "3.5");
+    dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+  });
+  ASSERT_EQ(code, kvxim::kEditSaved) << errors_;
+  EXPECT_TRUE(labels.contains(QStringLiteral("Blind hole depth / diameter"))) << labels.join(", ").toStdString();
+
+  const Result shown = Run("show --json '" + Path("rules.xml") + "'");
+  ASSERT_EQ(shown.exitCode, 0) << shown.err;
+  for (const auto& rule : json::parse(shown.out)) {
+    if (rule.is_null() || rule["id"] != 12150) continue;
+    EXPECT_NE(rule["summary"].get<std::string>().find("3.5"), std::string::npos) << rule["summary"];
+    EXPECT_EQ(rule["parameters"][0]["values"], json::array({3.5}));
+    EXPECT_EQ(rule["parameters"][0]["label"], "Blind hole depth / diameter");
+    EXPECT_EQ(rule["constraints"][0]["name"], "Default");
+    EXPECT_EQ(rule["constraints"][0]["parameters"][0]["values"], json::array({3.5}));
+    EXPECT_EQ(rule["constraints"][0]["parameters"][1]["values"], json::array({4.0})) << "an untouched limit";
+  }
 }
 
 TEST_F(EditInProcess, CancelWritesNothing) {

@@ -66,11 +66,16 @@ TEST_F(Kvxim, RulesListsTheFreshRuleSetAsJson) {
   ASSERT_NE(hole, nullptr);
   EXPECT_EQ((*FindParameter(*hole, 2347))["values"], json::array({2.0}));
   EXPECT_EQ((*FindParameter(*hole, 2348))["values"], json::array({4.0}));
+  // Names stand beside the codes: the operator's symbol, the severity's name, the units' names.
   EXPECT_EQ((*FindParameter(*hole, 2347))["operator"], 5);
+  EXPECT_EQ((*FindParameter(*hole, 2347))["operatorSymbol"], "<");
+  EXPECT_EQ(rules[0]["severityName"], "Medium");
+  EXPECT_EQ(rules[0]["units"]["lengthName"], "mm");
   const json* ribTip = FindRule(rules, 12220);
   ASSERT_NE(ribTip, nullptr);
   EXPECT_EQ((*FindParameter(*ribTip, 2730))["values"], json::array({0.8, 1.5}));
   EXPECT_EQ((*FindParameter(*ribTip, 2730))["operatorOptions"], json::array({7, 6, 1}));
+  EXPECT_EQ((*FindParameter(*ribTip, 2730))["operatorOptionSymbols"], json::array({">=", ">", "RANGE"}));
 }
 
 TEST_F(Kvxim, NewThenShowRoundTripsEveryRule) {
@@ -105,20 +110,55 @@ TEST_F(Kvxim, ShowGivesNullForRulesItCannotBuild) {
   EXPECT_TRUE(rules[2].is_null());
 }
 
-TEST_F(Kvxim, BadInputGivesOneLineAndANonZeroExit) {
+// Bad files exit 1 with their reason; usage errors exit 2 and name the values that would have been taken.
+TEST_F(Kvxim, BadInputGivesOneLineAndItsExitCode) {
   Write("broken.xml", "<RuleSet><Rule Name=\"a\"></RuleSet>");
   Write("other.xml", "<Rules/>");
   Write("empty.xml", "");
-  const std::string cases[] = {"show " + Path("missing.xml"), "show " + Path("broken.xml"),
-                               "show " + Path("other.xml"),   "show " + Path("empty.xml"),
-                               "rules --lang klingon",        "convert " + Path("other.xml") + " --length yd --angle deg",
-                               "frobnicate"};
-  for (const std::string& args : cases) {
-    const Result result = Run(args);
-    EXPECT_NE(result.exitCode, 0) << args;
-    EXPECT_FALSE(result.err.empty()) << args;
+  const struct {
+    std::string args;
+    int exitCode;
+    std::string mentions;
+  } cases[] = {
+      {"show " + Path("missing.xml"), 1, "missing.xml"},
+      {"show " + Path("broken.xml"), 1, "line 1"},
+      {"show " + Path("other.xml"), 1, "RuleSet"},
+      {"show " + Path("empty.xml"), 1, "empty.xml"},
+      {"--lang klingon rules", 2, "german"},
+      {"convert " + Path("other.xml") + " --length parsec --angle deg", 2, "inch"},
+      {"convert " + Path("other.xml") + " --length mm --angle gon", 2, "rad"},
+      {"frobnicate", 2, "frobnicate"},
+  };
+  for (const auto& entry : cases) {
+    const Result result = Run(entry.args);
+    EXPECT_EQ(result.exitCode, entry.exitCode) << entry.args;
+    EXPECT_NE(result.err.find(entry.mentions), std::string::npos) << entry.args << ": " << result.err;
   }
-  EXPECT_NE(Run("show " + Path("broken.xml")).err.find("line 1"), std::string::npos);
+}
+
+// The habits of command-line tools: help without a command, a version, names in any case, "-" for stdout.
+TEST_F(Kvxim, FollowsCommandLineConventions) {
+  const Result bare = Run("");
+  EXPECT_EQ(bare.exitCode, 0);
+  EXPECT_NE(bare.out.find("Usage"), std::string::npos);
+  EXPECT_TRUE(Run("").err.empty());
+  const Result version = Run("--version");
+  EXPECT_EQ(version.exitCode, 0);
+  EXPECT_EQ(version.out, std::string(KVX_PROJECT_VERSION) + "\n");
+
+  const Result toStdout = Run("new -o -");
+  ASSERT_EQ(toStdout.exitCode, 0) << toStdout.err;
+  EXPECT_EQ(toStdout.out.rfind("<?xml", 0), 0u);
+  Write("set.xml", toStdout.out);
+  const Result inches = Run("convert " + Path("set.xml") + " --length INCH --angle Rad -o -");
+  ASSERT_EQ(inches.exitCode, 0) << inches.err;
+  EXPECT_NE(inches.out.find("<RuleSet Unit=\"3\" AngularUnit=\"1\">"), std::string::npos);
+  EXPECT_EQ(ReadTextFile(Path("set.xml")), toStdout.out);  // -o - leaves the file alone
+
+  const Result german = Run("--lang GERMAN resource 2345");
+  EXPECT_EQ(german.exitCode, 0) << german.err;
+  EXPECT_EQ(german.out, Run("--lang german resource 2345").out);
+  EXPECT_NE(german.out, Run("--lang english resource 2345").out);
 }
 
 TEST_F(Kvxim, ConvertChangesUnitsAndWritesAtomically) {
@@ -164,6 +204,85 @@ const json* FindConstraintParameter(const json& rule, const std::string& constra
   return nullptr;
 }
 
+// A record as users write them by hand: the rib tip thickness limit (a length) in its own parameter and in
+// its "Default" entry; `own` and `entry` are the parameters' inner XML.
+std::string RibTipRecord(const std::string& own, const std::string& entry) {
+  return "<Rule Name=\"Rib Tip Thickness\" Module=\"KvxIMRulesValidator\"><Parameter Type=\"2730\">" + own +
+         "</Parameter><Constraint Type=\"1\" Value=\"Default\" Status=\"1\"><Parameter Type=\"2730\">" + entry +
+         "</Parameter></Constraint></Rule>";
+}
+
+TEST_F(Kvxim, ConvertRefusesWhatItCouldNotConvertOrReadBack) {
+  ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
+  std::string mixed = ReadTextFile(Path("set.xml"));
+  mixed.insert(mixed.rfind("</RuleSet>"), "<Rule Name=\"Wall Check\" Module=\"OtherModule\"/>");
+  Write("mixed.xml", mixed);
+  const std::string huge = "1" + std::string(308, '0') + ".0";  // 1e308 inches: no double holds it in mm
+  Write("huge.xml", "<RuleSet Unit=\"3\" AngularUnit=\"0\">" +
+                        RibTipRecord("<Operator>7</Operator><ParameterType>1</ParameterType><Value>1.0</Value>",
+                                     "<Operator>7</Operator><ParameterType>1</ParameterType><Value>" + huge +
+                                         "</Value>") +
+                        "</RuleSet>");
+  const std::string before = ReadTextFile(Path("mixed.xml"));
+  const std::string hugeBefore = ReadTextFile(Path("huge.xml"));
+  struct Refusal {
+    std::string args;
+    std::string says;
+  };
+  const Refusal refusals[] = {
+      {"convert " + Path("mixed.xml") + " --length in --angle deg", "rule \"Wall Check\" could not be converted"},
+      {"convert " + Path("mixed.xml") + " --length uin --angle deg", "could not be read back"},
+      {"convert " + Path("huge.xml") + " --length mm --angle deg", "rule \"Rib Tip Thickness\" are too large"},
+  };
+  for (const Refusal& refusal : refusals) {
+    const Result result = Run(refusal.args);
+    EXPECT_EQ(result.exitCode, 1) << refusal.args;
+    EXPECT_NE(result.err.find(refusal.says), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("nothing was written"), std::string::npos) << result.err;
+  }
+  EXPECT_EQ(ReadTextFile(Path("mixed.xml")), before);
+  EXPECT_EQ(ReadTextFile(Path("huge.xml")), hugeBefore);
+
+  const Result kept = Run("convert " + Path("mixed.xml") + " --length in --angle deg --keep-unconverted");
+  ASSERT_EQ(kept.exitCode, 0) << kept.err;
+  EXPECT_NE(kept.err.find("warning: rule \"Wall Check\""), std::string::npos) << kept.err;
+  EXPECT_NE(ReadTextFile(Path("mixed.xml")).find("Unit=\"3\""), std::string::npos);
+}
+
+TEST_F(Kvxim, WithoutTheResourceFolderNoNamelessRuleSetIsWritten) {
+  const Result result =
+      kvx::test::RunKvxim(folder_, "new -o " + Path("set.xml"), "KVX_RESOURCE_ROOT=" + Path("no-resources"));
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_NE(result.err.find(Path("no-resources")), std::string::npos) << "names the folder: " << result.err;
+  EXPECT_FALSE(fs::exists(Path("set.xml")));
+}
+
+// Load, save and load again: a limit that was in the file is never lost, however odd its record.
+TEST_F(Kvxim, HandWrittenRecordsKeepEveryLimitThroughASave) {
+  const std::string type = "<Operator>7</Operator><ParameterType>1</ParameterType>";
+  Write("odd.xml",
+        "<RuleSet Unit=\"0\" AngularUnit=\"0\">"
+        // no element for the through-hole limit, and the blind-hole limit without its ParameterType
+        "<Rule Name=\"Hole Depth to Diameter Ratio\" Module=\"KvxIMRulesValidator\"><Parameter Type=\"2347\">"
+        "<Operator>5</Operator><Value>2.5</Value></Parameter></Rule>" +
+            // a range holding only its lower value
+            RibTipRecord("<Operator>1</Operator><ParameterType>1</ParameterType><Value>1.2</Value>",
+                         "<Operator>1</Operator><ParameterType>1</ParameterType><Value>1.2</Value>") +
+            "</RuleSet>");
+  for (int pass = 0; pass < 2; ++pass) {
+    ASSERT_EQ(Run("convert " + Path("odd.xml") + " --length mm --angle deg").exitCode, 0);
+    const json rules = json::parse(Run("show " + Path("odd.xml") + " --json").out);
+    const json* hole = FindRule(rules, 12150);
+    const json* rib = FindRule(rules, 12220);
+    ASSERT_TRUE(hole && rib);
+    EXPECT_EQ((*FindParameter(*hole, 2347))["values"], json::array({2.5})) << pass;
+    EXPECT_EQ((*FindParameter(*hole, 2348))["values"], json::array({4.0})) << "the factory value, pass " << pass;
+    EXPECT_EQ((*FindParameter(*rib, 2730))["values"], json::array({1.2, 1.5})) << pass;
+    EXPECT_EQ((*FindConstraintParameter(*rib, "Default", 2730))["values"], json::array({1.2, 1.5})) << pass;
+  }
+}
+
+
 // Each rule converts exactly its own set of values: its own, its "Default" constraint's, or none.
 TEST_F(Kvxim, ConvertChangesExactlyWhatEachRuleConverts) {
   ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
@@ -195,18 +314,16 @@ TEST_F(Kvxim, ConvertChangesExactlyWhatEachRuleConverts) {
 
 TEST_F(Kvxim, ResourceAndUnitsAnswerWithoutTheModule) {
   EXPECT_EQ(Run("resource 2827").out, "Default\n");
-  const Result german = Run("resource 2345 --lang german");
-  ASSERT_EQ(german.exitCode, 0);
-  EXPECT_NE(german.out, Run("resource 2345").out);
   EXPECT_NE(Run("resource 99999").exitCode, 0);
   const json units = json::parse(Run("units --json").out);
   EXPECT_EQ(units["length"][3]["name"], "in");
+  EXPECT_EQ(units["length"][3]["names"], json::array({"in", "inch"}));
   EXPECT_FALSE(units["length"][3]["text"].get<std::string>().empty());
   EXPECT_EQ(units["angle"][1]["name"], "rad");
 }
 
 TEST_F(Kvxim, EveryCommandHasHelp) {
-  for (const char* command : {"", "rules ", "new ", "show ", "convert ", "units ", "resource ", "materials ", "sheet ", "demo "}) {
+  for (const char* command : {"", "rules ", "new ", "show ", "convert ", "units ", "resource ", "materials ", "sheet ", "demo ", "edit "}) {
     const Result result = Run(std::string(command) + "--help");
     EXPECT_EQ(result.exitCode, 0) << command;
     EXPECT_NE(result.out.find("Usage"), std::string::npos) << command;

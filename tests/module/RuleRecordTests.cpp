@@ -190,7 +190,7 @@ TEST_F(RuleRecordTest, NullArgumentsAndNoDocumentDoNothing) {
   EXPECT_FALSE(rule.m_bPopulated);
   EXPECT_EQ(WriteRuleParameter(nullptr, 0), nullptr);
   EXPECT_EQ(WriteRuleRecord(nullptr), nullptr);
-  kvx::params::Module().xmlDocument = nullptr;
+  context_.xmlDocument = nullptr;
   EXPECT_EQ(WriteRuleRecord(&rule), nullptr);
   EXPECT_THAT(messages_.messages, IsEmpty());
   EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), before);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -149,7 +150,7 @@ TEST_F(ParamXmlTest, MultiAttributeValuesBecomeAttributeSets) {
 }
 
 TEST_F(ParamXmlTest, NoDocumentNoElement) {
-  kvx::params::Module().xmlDocument = nullptr;
+  context_.xmlDocument = nullptr;
   auto limit = Make<KVX_TYPE_DOUBLE>(41);
   limit->Values() = {1.0};
   EXPECT_EQ(limit->GetParameterXML(), nullptr);
@@ -294,7 +295,9 @@ TEST_F(ParamXmlTest, ReadsEachValueTypeFromItsText) {
     <Parameter Type="1"><Value>12abc</Value><Value>abc</Value><Value>99999999999</Value><Value> -7</Value></Parameter>
     <Parameter Type="2"><Value>-12x</Value><Value>x</Value></Parameter>
     <Parameter Type="3"><Value>true</Value><Value>0</Value><Value></Value><Value>1</Value></Parameter>
-    <Parameter Type="4"><Value>2.5</Value><Value>x</Value><Value>1e3</Value><Value></Value></Parameter>
+    <Parameter Type="4"><Value>2.5</Value><Value>x</Value><Value>1e3</Value><Value></Value><Value>1e</Value>
+      <Value> +.5x</Value><Value>-3.</Value><Value>1,5</Value><Value>1e999</Value><Value>inf</Value><Value>-inf</Value>
+      <Value>nan</Value></Parameter>
     <Parameter Type="5"><Value> as it stands </Value><Value/></Parameter>
     <Parameter Type="6"><Value>77</Value></Parameter>
     <Parameter Type="7"><Value>17</Value></Parameter>
@@ -315,7 +318,11 @@ TEST_F(ParamXmlTest, ReadsEachValueTypeFromItsText) {
   EXPECT_THAT(ints->Values(), ElementsAre(12, 0, 0, -7)) << "a conversion that fails or overflows gives 0";
   EXPECT_THAT(longs->Values(), ElementsAre(-12, 0));
   EXPECT_THAT(flags->Values(), ElementsAre(true, false, true, true));
-  EXPECT_THAT(doubles->Values(), ElementsAre(2.5, 0.0, 1000.0, 0.0));
+  // As a classic-locale stream reads them (the longest number-shaped prefix; 0 when it is no number or
+  // overflows), except that what "%f" writes for values that are not finite reads back.
+  const double inf = std::numeric_limits<double>::infinity();
+  EXPECT_THAT(doubles->Values(),
+              ElementsAre(2.5, 0.0, 1000.0, 0.0, 0.0, 0.5, -3.0, 1.0, 0.0, inf, -inf, testing::IsNan()));
   EXPECT_THAT(strings->Values(), ElementsAre(L" as it stands ", L""));
   EXPECT_THAT(opaque->Values(), ElementsAre(0));
   // Unsigned values are written but come back as 0.

@@ -173,15 +173,6 @@ TEST_F(ResourceLookups, SeverityNamesAndCodes) {
   EXPECT_EQ(SeverityCodeToName(5), L"");
 }
 
-TEST(Languages, NamesAndIdentifiersWithEnglishAsTheFallback) {
-  EXPECT_EQ(LanguageNameToId(L"Chinese-Simplified"), 2052u);
-  EXPECT_EQ(LanguageIdToName(1028), L"chinese");
-  EXPECT_EQ(LanguageNameToId(L"portuguese-brazilian"), 1046u);
-  EXPECT_EQ(LanguageIdToName(1031), L"german");
-  for (const wchar_t* name : {L"", L"dutch", L"german "}) EXPECT_EQ(LanguageNameToId(name), 1033u);
-  for (unsigned id : {0u, 1043u}) EXPECT_EQ(LanguageIdToName(id), L"english") << id;
-}
-
 // --- probes ------------------------------------------------------------------------------------------
 
 TEST(Probes, PriorityDevelopmentOnlyForExactlyOne) {

@@ -158,19 +158,33 @@ TEST(RescompPlaceholders, FindsConversionsAsWritten) {
   EXPECT_THAT(PrintfPlaceholders("%y and %5"), ElementsAre("(bad)%y", "(bad)%5"));
 }
 
-TEST(RescompPlaceholders, ComparesATranslationWithItsReference) {
-  const auto reference = ParseStringTable("1\tA %s and %s\n2\tplain\n3\tcount %d\n4\tonly here\n", "en.txt");
-  const auto translation =
-      ParseStringTable("1\t%s und %s\n2\tmit %s\n3\tAnzahl %s\n5\textra\n", "de.txt");
+TEST(RescompPlaceholders, ATranslationMustMatchItsReference) {
+  const auto reference =
+      ParseStringTable("1\tA %s and %s\n2\tplain\n3\tcount %d\n4\tonly here\n6\tmm\n7\tsame\n8\tword\n", "en.txt");
+  const auto translation = ParseStringTable(
+      "1\t%s und %s\n2\tmit %s\n3\tAnzahl %s\n5\textra\n6=\tmm\n7\tsame\n8=\tWort\n", "de.txt");
   ASSERT_TRUE(reference.ok() && translation.ok());
 
-  std::vector<std::string> warnings;
-  for (const auto& w : ComparePlaceholders(translation.table, reference.table)) warnings.push_back(w.ToString());
-  EXPECT_THAT(warnings,
-              ElementsAre("de.txt:2: warning: the placeholders of id 2 (%s) differ from en.txt:2 (none)",
-                          "de.txt:3: warning: the placeholders of id 3 (%s) differ from en.txt:3 (%d)",
-                          "de.txt:4: warning: id 5 is not in en.txt",
-                          "de.txt: warning: id 4 of en.txt is missing"));
+  std::vector<std::string> errors;
+  for (const auto& e : CompareWithReference(translation.table, reference.table)) errors.push_back(e.ToString());
+  EXPECT_THAT(errors,
+              ElementsAre("de.txt:2: error: the placeholders of id 2 (%s) differ from en.txt:2 (none)",
+                          "de.txt:3: error: the placeholders of id 3 (%s) differ from en.txt:3 (%d)",
+                          "de.txt:4: error: id 5 is not in en.txt",
+                          "de.txt:6: error: id 7 is the English text of en.txt:6 unchanged: translate it, or write "
+                          "7= where it is the same word on purpose",
+                          "de.txt:7: error: id 8 is marked as the English text but differs from en.txt:7",
+                          "de.txt: error: id 4 of en.txt:4 has no translation"));
+}
+
+TEST(RescompPlaceholders, HugeWidthsAndPrecisionsAreRefused) {
+  const auto table = ParseStringTable("1\t%64s %.64f %1$s %I64d\n2\t%65s\n3\t%.999999999s\n", "t.txt");
+  ASSERT_TRUE(table.ok());
+  std::vector<std::string> errors;
+  for (const auto& e : CheckFieldSizes(table.table)) errors.push_back(e.ToString());
+  EXPECT_THAT(errors, ElementsAre("t.txt:2: error: the placeholder %65s of id 2 has a width or precision above 64",
+                                  "t.txt:3: error: the placeholder %.999999999s of id 3 has a width or precision "
+                                  "above 64"));
 }
 
 TEST(RescompSource, LiteralsKeepEveryByte) {
@@ -182,9 +196,9 @@ TEST(RescompSource, LiteralsKeepEveryByte) {
 TEST(RescompTool, RejectsBadTablesWithFileLineAndExitStatus) {
   ScratchFolder scratch;
   const fs::path output = scratch.path / "out.cpp";
-  auto run = [&](const fs::path& table, std::string* messages) {
+  auto run = [&](const fs::path& table, std::string* messages, const std::string& more = "") {
     const std::string command = "'" KVX_BIN_DIR "/kvx_rescomp' --table '" + table.string() + "' --output '" +
-                                output.string() + "' 2>&1";
+                                output.string() + "' " + more + " 2>&1";
     FILE* pipe = popen(command.c_str(), "r");
     char buffer[512];
     while (pipe && fgets(buffer, sizeof buffer, pipe)) *messages += buffer;
@@ -196,6 +210,15 @@ TEST(RescompTool, RejectsBadTablesWithFileLineAndExitStatus) {
   EXPECT_NE(run(duplicate, &messages), 0);
   EXPECT_THAT(messages, HasSubstr("dup.txt:3: error: duplicate id 1 (first defined on line 1)"));
   EXPECT_THAT(messages, HasSubstr("dup.txt:5: error: the id 70000 is outside 1..65535"));
+  EXPECT_FALSE(fs::exists(output));
+
+  // A translation with a swapped placeholder and a missing text fails the build just as well.
+  messages.clear();
+  const fs::path english = scratch.Write("en.txt", "1\t%s of %d\n2\tone\n");
+  const fs::path swapped = scratch.Write("de.txt", "# c\n1\t%d von %s\n");
+  EXPECT_NE(run(swapped, &messages, "--reference '" + english.string() + "'"), 0);
+  EXPECT_THAT(messages, HasSubstr("de.txt:2: error: the placeholders of id 1 (%d %s) differ"));
+  EXPECT_THAT(messages, HasSubstr("de.txt: error: id 2 of " + english.string() + ":2 has no translation"));
   EXPECT_FALSE(fs::exists(output));
 
   messages.clear();

@@ -79,9 +79,3 @@ TEST(ResourceLibraryAbi, RawExportsAnswerNullForMissingIdsAndAcceptNullOutputs) 
   // Only the two exports are visible; the data tables stay inside the library.
   EXPECT_EQ(library->Symbol("_ZN3kvx3res4data8kStringsE"), nullptr);
 }
-
-TEST(ResourceLibraryAbi, LibraryWithAWrongPlaceholderStillLoads) {
-  const auto library = LoadTestLibrary("badformat");
-  ASSERT_TRUE(library);
-  EXPECT_EQ(library->String(3), L"Value %d of");
-}

@@ -82,7 +82,6 @@ class RecoMoldTolTest : public kvx::test::ModuleFixture {
   }
   void TearDown() override {
     kvx::rules::SetToleranceCollectorSource({});
-    SetRecoMoldTolEditor({});
     ModuleFixture::TearDown();
   }
   std::unique_ptr<CKVXRecoMoldTolRule> RuleFromTable(const std::wstring& table) {
@@ -151,7 +150,7 @@ TEST_F(RecoMoldTolTest, NoUsableDatabaseOrApplicationLeavesAnEmptyTableSilently)
   EXPECT_THAT(MaterialNames(*RuleFromTable(L"")), IsEmpty());
   EXPECT_THAT(messages_.messages, IsEmpty());
 
-  kvx::params::Module().applicationPresent = false;
+  context_.applicationPresent = false;
   auto rule = RuleFromTable(L"ABS,0,10,0.2,0.003");
   EXPECT_THAT(MaterialNames(*rule), IsEmpty());
   EXPECT_EQ(rule->m_iRuleId, 0);
@@ -250,22 +249,24 @@ TEST_F(RecoMoldTolTest, UnitChangeSkipsAConstraintLackingAColumn) {
   EXPECT_THAT(Column(*rule->Constraints()[1], 2517), ElementsAre(25.4));
 }
 
-TEST_F(RecoMoldTolTest, EditRuleOpensTheInstalledDialogWithTheUnitText) {
+TEST_F(RecoMoldTolTest, EditRuleOpensTheRulesDialogWithItsPicture) {
+  struct Dialog final : IKvxRuleDialogService {
+    int ConfigureRule(CKvxRule& rule, const kvx::platform::Picture& picture) override {
+      edited = &rule;
+      pictureBytes = picture.bytes.size();
+      return KVX_IDOK;
+    }
+    CKvxRule* edited = nullptr;
+    size_t pictureBytes = 0;
+  } dialog;
   auto rule = RuleFromTable(L"ABS,0,1,0.18,0.08");
-  rule->UpdateRule(&kMillimetres, &kInches);
-  CKVXRecoMoldTolRule* edited = nullptr;
-  std::wstring unitText;
-  SetRecoMoldTolEditor([&](CKVXRecoMoldTolRule& target, const std::wstring& unit) {
-    edited = &target;
-    unitText = unit;
-    return KVX_IDOK;
-  });
+  rule->EditRule();  // no dialog service: the framework says there is none
+  EXPECT_EQ(messages_.messages.size(), 1u);
+  rule->SetDialogService(&dialog);
   rule->EditRule();
-  EXPECT_EQ(edited, rule.get());
-  EXPECT_EQ(unitText, En(2010));
-  EXPECT_THAT(messages_.messages, IsEmpty());
-  SetRecoMoldTolEditor({});  // then the framework's rule dialog answers, here that there is none
-  rule->EditRule();
+  EXPECT_EQ(dialog.edited, rule.get());
+  EXPECT_GT(dialog.pictureBytes, 0u);
+  EXPECT_EQ(rule->LastDialogResult(), KVX_IDOK);
   EXPECT_EQ(messages_.messages.size(), 1u);
 }
 

@@ -55,7 +55,7 @@ TEST_F(RuleFrameTest, EveryRuleTakesItsIdentityAndDefaultConstraintFromItsDescri
 }
 
 TEST_F(RuleFrameTest, WithoutTheApplicationObjectOrTheWorkflowLessIsBuilt) {
-  kvx::params::Module().applicationPresent = false;
+  context_.applicationPresent = false;
   for (RuleFactory make : kAllRules) {
     const RulePtr rule = make();
     EXPECT_TRUE(rule->Parameters().empty() && rule->m_textList.empty() && rule->m_csRuleName.empty());
@@ -64,7 +64,7 @@ TEST_F(RuleFrameTest, WithoutTheApplicationObjectOrTheWorkflowLessIsBuilt) {
     rule->EditRule();
   }
   EXPECT_TRUE(messages_.messages.empty()) << "EditRule opened something without the application object";
-  kvx::params::Module().applicationPresent = true;
+  context_.applicationPresent = true;
   SetMaterialWorkflow(false);
   for (RuleFactory make : kAllRules) EXPECT_TRUE(make()->Constraints().empty() && !make()->GetMaterialStatus());
 }
@@ -77,7 +77,7 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
                                           ConstraintXml("Default", ParamXml(2347, 8, 2.5) + ParamXml(2348, 8, 3.0)) +
                                           "</Rule></RuleSet>")
                                       .get());
-  EXPECT_TRUE(Values(rule, 2347).empty());  // the record has none for it
+  EXPECT_EQ(Values(rule, 2347), std::vector<double>{2.0});  // the record has none for it: the factory value
   EXPECT_EQ(Values(rule, 2348), std::vector<double>{3.0});
   EXPECT_EQ(rule.m_lRuleSeverity, 4);
   EXPECT_EQ(rule.m_lRuleStatus, -1);  // no "Status" on the record
@@ -92,7 +92,7 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
                                      .get());
   ASSERT_EQ(rule.Constraints().size(), 1u);
   EXPECT_EQ(Values(rule, 2347, true), std::vector<double>{1.1});
-  EXPECT_TRUE(Values(rule, 2348, true).empty());
+  EXPECT_EQ(Values(rule, 2348, true), std::vector<double>{4.0}) << "none in the record: the factory value";
 
   rule.m_bKeepDefaultConstraints = false;
   rule.m_csSummary = L"as it was";
@@ -128,17 +128,12 @@ TEST_F(RuleFrameTest, GetXmlWritesTheSummaryOfBeforeTheCall) {
 // Edits the first value as a user would, then cancels; records which resource library was current.
 class CancellingDialog final : public IKvxRuleDialogService {
  public:
-  CancellingDialog() : previous_(SetRuleDialogService(this)) {}
-  ~CancellingDialog() override { SetRuleDialogService(previous_); }
   int ConfigureRule(CKvxRule& rule, const kvx::platform::Picture&) override {
     library = kvx::platform::CurrentResourceLibrary();
     kvx::params::DoubleValues(rule.Parameters().front().get())->front() = 2.75;
     return KVX_IDCANCEL;
   }
   const kvx::platform::ResourceLibrary* library = nullptr;
-
- private:
-  IKvxRuleDialogService* previous_;
 };
 
 TEST_F(RuleFrameTest, EditingRebuildsTheSummaryWhateverTheEditorAnswers) {
@@ -148,23 +143,14 @@ TEST_F(RuleFrameTest, EditingRebuildsTheSummaryWhateverTheEditorAnswers) {
   rule.EditRule();  // no dialog in this host: the framework says so
   EXPECT_EQ(messages_.messages.size(), 1u);
   EXPECT_EQ(rule.m_csSummary, Format(2346, L"", L"2.0", L"", L"4.0"));
-  {
-    CancellingDialog dialog;
-    kvx::platform::SetCurrentResourceLibrary(nullptr);
-    rule.EditRule();
-    EXPECT_EQ(dialog.library, english_.get());
-    EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), nullptr);
-    EXPECT_EQ(rule.m_csSummary, Format(2346, L"", L"2.75", L"", L"4.0"));
-  }
-  CKVXIMMinRibClearanceRule clearance;  // opens its own dialog once one is installed
-  const auto previous = SetMinRibClearanceEditor([](CKVXIMMinRibClearanceRule& edited) {
-    Param(edited, 2061).iOperator = KVX_OP_GREATER;
-    return KVX_IDCANCEL;
-  });
-  clearance.EditRule();
-  SetMinRibClearanceEditor(previous);
+  CancellingDialog dialog;
+  rule.SetDialogService(&dialog);
+  kvx::platform::SetCurrentResourceLibrary(nullptr);
+  rule.EditRule();
+  EXPECT_EQ(dialog.library, english_.get());
+  EXPECT_EQ(kvx::platform::CurrentResourceLibrary(), nullptr);
+  EXPECT_EQ(rule.m_csSummary, Format(2346, L"", L"2.75", L"", L"4.0"));
   EXPECT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(clearance.m_csSummary, Format(2063, L"", L"3.0"));
 }
 
 TEST_F(RuleFrameTest, TextsComeFromTheLocalizedLibraryAndTheCurrentOneIsRestored) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,34 +45,34 @@ inline std::wstring ResourceLibraryPath(const std::string& language) {
          kvx::platform::LibraryFileName(L"KVXIMRulesResu");
 }
 
-// Gives the module context the English resource library (as both libraries, or `localized` as the shown
-// one), a fresh XML document with a "RuleSet" root, and the workflow switch; restores everything after.
+// Builds the module context a rule sees inside the loaded module and installs it for the test: the English
+// resource library (as both libraries, or `localized` as the shown one), a fresh XML document with a
+// "RuleSet" root, and the workflow switch. A test changes `context_` itself.
 class ModuleFixture : public ::testing::Test {
  protected:
   void SetUp() override {
-    saved_ = kvx::params::Module();
     english_ = kvx::platform::ResourceLibrary::Load(ResourceLibraryPath("english"));
     ASSERT_TRUE(english_) << "the English resource library is not built";
     document_ = std::make_unique<KvxXMLDocument>();
     root_ = document_->CreateRootNode(L"RuleSet");
-    auto& module = kvx::params::Module();
-    module.applicationPresent = true;
-    module.xmlDocument = document_.get();
-    module.localizedResources = english_.get();
-    module.defaultResources = english_.get();
-    module.materialWorkflow = true;
+    context_ = {.applicationPresent = true,
+                .xmlDocument = document_.get(),
+                .localizedResources = english_.get(),
+                .defaultResources = english_.get(),
+                .materialWorkflow = true};
+    scope_.emplace(context_);
   }
-  void TearDown() override { kvx::params::Module() = saved_; }
+  void TearDown() override { scope_.reset(); }
 
   // Shows texts from `language` while key names stay English.
   void UseLocalizedLanguage(const std::string& language) {
     localized_ = kvx::platform::ResourceLibrary::Load(ResourceLibraryPath(language));
     ASSERT_TRUE(localized_);
-    kvx::params::Module().localizedResources = localized_.get();
+    context_.localizedResources = localized_.get();
   }
   // An English string, as the rules load it.
   std::wstring En(int id) const { return english_->String(id).value_or(L""); }
-  void SetMaterialWorkflow(bool on) { kvx::params::Module().materialWorkflow = on; }
+  void SetMaterialWorkflow(bool on) { context_.materialWorkflow = on; }
 
   // Parses `xml` into the fixture's document (replacing it) and returns its first "Rule" element.
   std::unique_ptr<KvxXMLNode> LoadRule(const std::string& xml) {
@@ -94,9 +95,10 @@ class ModuleFixture : public ::testing::Test {
   std::unique_ptr<kvx::platform::ResourceLibrary> localized_;
   std::unique_ptr<KvxXMLDocument> document_;
   std::unique_ptr<KvxXMLNode> root_;
+  kvx::params::ModuleContext context_;
 
  private:
-  kvx::params::ModuleContext saved_;
+  std::optional<kvx::params::ModuleContextScope> scope_;
 };
 
 }  // namespace kvx::test

@@ -81,9 +81,17 @@ TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValueWithoutARangeCheck
   Values().clear();
   Opened().OnOK();
   EXPECT_EQ(Values(), std::vector<double>{0.0}) << "appended to an empty list";
-  EXPECT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"12.5"));
-  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"-1"));
-  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5"));
+  EXPECT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"12.5", L"."));
+  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"-1", L"."));
+  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5", L".")) << "a comma where the user writes a point";
+  EXPECT_FALSE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1.5,", L","));
+
+  CKVXIMMinRibClearanceDlg german(rule_.get(), {}, L",");  // "1,5" is 1.5 in German, never 15 or 1
+  german.Open();
+  ASSERT_TRUE(CKVXIMMinRibClearanceDlg::AcceptsValueText(L"1,5", L","));
+  german.SetValueText(L"1,5");
+  german.OnOK();
+  EXPECT_EQ(Values(), std::vector<double>{1.5});
 }
 
 TEST_F(MinRibClearanceDlgTest, EmptySelectionsAreResetToTheRulesOwn) {

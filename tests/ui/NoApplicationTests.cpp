@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 
 #include "../support/ModuleFixture.h"
+#include "../support/ScopedEnv.h"
 #include "RuleTestSupport.h"
 #include "kvx/framework/gui/QtUiServices.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
@@ -22,22 +23,21 @@ class NoApplicationTest : public kvx::test::ModuleFixture {
     kvx::rules::SetToleranceCollectorSource([] { return kvx::rules::ToleranceCollector{}; });
   }
   void TearDown() override {
-    SetRecoMoldTolEditor({});
-    SetMinRibClearanceEditor({});
     kvx::rules::SetToleranceCollectorSource({});
     ModuleFixture::TearDown();
   }
-  // Runs `ask` and expects Cancel, both returned and recorded, with the one message.
+  // Runs `ask` and expects `refusal` with the one message.
   template <typename Ask>
-  void ExpectRefused(Ask ask) {
+  void ExpectRefused(Ask ask, int refusal = KVX_IDCANCEL) {
     messages_.messages.clear();
-    KvxSetLastDialogResult(KVX_IDOK);
-    const int result = ask();
-    EXPECT_EQ(result, KVX_IDCANCEL);
-    EXPECT_EQ(KvxLastDialogResult(), KVX_IDCANCEL);
+    EXPECT_EQ(ask(), refusal);
     ASSERT_EQ(messages_.messages.size(), 1u);
     EXPECT_EQ(messages_.messages[0].text, L"no user interface is available");
   }
+  // Without a display the dialog service makes no Qt application either.
+  kvx::test::ScopedEnv noPlatform_{"QT_QPA_PLATFORM", nullptr};
+  kvx::test::ScopedEnv noDisplay_{"DISPLAY", nullptr};
+  kvx::test::ScopedEnv noWayland_{"WAYLAND_DISPLAY", nullptr};
 };
 
 TEST_F(NoApplicationTest, EveryDialogIsRefusedAndChangesNothing) {
@@ -51,10 +51,14 @@ TEST_F(NoApplicationTest, EveryDialogIsRefusedAndChangesNothing) {
   ExpectRefused([&] { return service.ConfigureRule(rule, {}); });
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.0});
 
-  kvx::ui::qt::RegisterRuleDialogs();  // the rules' own editors
-  ExpectRefused([&] { tolerance.EditRule(); return KvxLastDialogResult(); });
+  // The dialog library's service, as the module hands it to its rules.
+  kvx::ui::qt::RuleDialogService dialogs(kvx::params::Module(), L"german");
+  tolerance.SetDialogService(&dialogs);
+  ExpectRefused([&] { tolerance.EditRule(); return tolerance.LastDialogResult(); }, KVX_DIALOG_UNAVAILABLE);
   CKVXIMMinRibClearanceRule clearance;
-  ExpectRefused([&] { clearance.EditRule(); return KvxLastDialogResult(); });
+  clearance.SetDialogService(&dialogs);
+  ExpectRefused([&] { clearance.EditRule(); return clearance.LastDialogResult(); }, KVX_DIALOG_UNAVAILABLE);
+  EXPECT_EQ(QCoreApplication::instance(), nullptr);
 }
 
 TEST_F(NoApplicationTest, QtMessageBoxesFallBackToTheConsole) {

@@ -14,6 +14,7 @@
 #include "../support/ModuleFixture.h"
 #include "ViewTestSupport.h"
 #include "kvx/framework/gui/PictureControl.h"
+#include "kvx/params/ResourceText.h"
 #include "kvx/res/StringIds.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/rules/RecoMoldTolDatabase.h"
@@ -179,11 +180,47 @@ TEST_F(RecoMoldTolDialogTest, CtrlIImportsASpreadsheetIntoTheCurrentMaterial) {
   EXPECT_EQ(Table()->model()->rowCount(), 204);
 }
 
-TEST_F(RecoMoldTolDialogTest, ASheetWithAnUptoOfZeroIsRefusedWithItsMessage) {
-  files_.answer = DataFile("upto-zero.xlsx");
-  dialog_->ImportSpreadsheet();
-  EXPECT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(Table()->model()->rowCount(), 3) << "the table is unchanged";
+// Nothing of a refused sheet is imported: an Up to of 0, or an Over the decimal reader would misread.
+TEST_F(RecoMoldTolDialogTest, ASheetWithAValueThatCannotBeIsRefusedWithItsMessage) {
+  const std::pair<const char*, std::wstring> sheets[] = {
+      {"upto-zero.xlsx", En(kvx::res::kToleranceValueNotPositive)},
+      {"over-text.xlsx", kvx::params::FormatText(En(kvx::res::kSheetOverNotANumber), L"3")},
+  };
+  for (const auto& [file, message] : sheets) {
+    files_.answer = DataFile(file);
+    messages_.messages.clear();
+    dialog_->ImportSpreadsheet();
+    ASSERT_EQ(messages_.messages.size(), 1u) << file;
+    EXPECT_EQ(messages_.messages[0].text, message) << file;
+    EXPECT_EQ(Table()->model()->rowCount(), 3) << "the table is unchanged";
+  }
+}
+
+// A material renamed in place keeps its rows; a band overlapping another keeps OK refused until fixed.
+TEST_F(RecoMoldTolDialogTest, ARenamedMaterialIsSavedOnceItsBandsFit) {
+  TypeInto(Materials(), 1, 0, "PC-HT", Qt::Key_Return);
+  EXPECT_EQ(CellText(*Materials(), 1, 0), QStringLiteral("PC-HT"));
+  ASSERT_EQ(presenter_->CurrentMaterial(), L"PC-HT");
+  TypeInto(Table(), 1, 0, "5", Qt::Key_Tab);
+  for (const char* text : {"20", "0.3", "0.005"}) {
+    ASSERT_NE(Editor(Table()), nullptr);
+    QTest::keyClicks(Editor(Table()), text);
+    QTest::keyClick(Editor(Table()), std::string(text) == "0.005" ? Qt::Key_Return : Qt::Key_Tab);
+  }
+  QTest::keyClick(Editor(Table()), Qt::Key_Escape);
+  QTest::mouseClick(kvx::test::OkButton(*dialog_), Qt::LeftButton);
+  EXPECT_TRUE(dialog_->isVisible());
+  ASSERT_EQ(messages_.messages.size(), 1u);
+  EXPECT_NE(messages_.messages[0].text.find(L"PC-HT"), std::wstring::npos);
+  EXPECT_EQ(rule_->Constraints()[1]->csName, L"PC") << "nothing written yet";
+
+  TypeInto(Table(), 1, 0, "10", Qt::Key_Return);
+  QTest::keyClick(Editor(Table()), Qt::Key_Escape);
+  QTest::mouseClick(kvx::test::OkButton(*dialog_), Qt::LeftButton);
+  EXPECT_EQ(dialog_->result(), QDialog::Accepted);
+  ASSERT_EQ(rule_->Constraints().size(), 2u);
+  EXPECT_EQ(rule_->Constraints()[1]->csName, L"PC-HT");
+  EXPECT_EQ(CKVXRecoMoldTolRule::RowsOf(*rule_->Constraints()[1]).size(), 2u);
 }
 
 }  // namespace

@@ -107,17 +107,22 @@ TEST_F(RecoMoldTolDlgTest, WithoutAnActiveMaterialTheFirstIsShownAndMissingValue
 TEST_F(RecoMoldTolDlgTest, OnlyTheAddRowsNameAndPlainDecimalNumbersCanBeEntered) {
   auto dialog = Open(rule_.get());
   auto& materials = dialog->MaterialList();
-  EXPECT_FALSE(materials.BeginEdit(0, 0));
+  EXPECT_FALSE(materials.BeginEdit(0, 1)) << "only names are typed";
   EXPECT_FALSE(materials.BeginEdit(3, 1));
   ASSERT_TRUE(materials.BeginEdit(3, 0));
   EXPECT_EQ(materials.EditText(), L"") << "the add row's edit starts empty";
   materials.HandleEditKey(EditKey::Delete);
-  EXPECT_EQ(materials.RowCount(), 4) << "Delete removes no material row";
+  EXPECT_EQ(materials.RowCount(), 4) << "Delete removes no material but the one whose name is edited";
   auto& table = dialog->ToleranceTable();
   EXPECT_TRUE(table.AcceptsText(1, L"12.5"));
   EXPECT_TRUE(table.AcceptsText(1, L""));
   EXPECT_FALSE(table.AcceptsText(1, L"-1"));
   EXPECT_FALSE(table.AcceptsText(1, L"1e3"));
+  EXPECT_FALSE(table.AcceptsText(1, L"1,5")) << "a comma where the user writes a point: not 15";
+  table.SetDecimalSeparator(L",");  // a German user's
+  EXPECT_FALSE(table.AcceptsText(1, L"1.5,"));
+  TypeRow(*dialog, 0, {L"0", L"12,5"});
+  EXPECT_EQ(table.CellText(0, 1), L"12.5") << "kept with the point the rule reads";
 }
 
 TEST_F(RecoMoldTolDlgTest, ThePlaceholderBecomesARowWhenTypedIntoAndIsNeverDeleted) {
@@ -161,15 +166,53 @@ TEST_F(RecoMoldTolDlgTest, ANameTypedIntoTheLastRowAddsAMaterialUnlessItExists) 
   EXPECT_EQ(dialog->CurrentMaterial(), L"PA66");
   EXPECT_EQ(materials.CellText(1, 0), L"PA66") << "in name order";
   EXPECT_EQ(dialog->ToleranceTable().RowCount(), 201) << "the placeholder and 200 blank rows";
-  dialog->OnMaterialNotification(L"abs", CKVXRecoMoldTolDlg::kAddMaterialCode);
-  EXPECT_EQ(dialog->Materials().size(), 5u) << "a name in another case is another material";
   EXPECT_TRUE(messages_.messages.empty());
 
-  dialog->OnMaterialNotification(L"ABS", CKVXRecoMoldTolDlg::kAddMaterialCode);
-  ASSERT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(messages_.messages[0].text, L"The material \"ABS\" is already in the list.");
-  EXPECT_EQ(messages_.messages[0].icon, KvxMessageIcon::Exclamation);
-  EXPECT_EQ(dialog->CurrentMaterial(), L"ABS") << "the one that exists is selected";
+  for (const wchar_t* name : {L"ABS", L"abs"}) {  // names that differ only in case are one material
+    dialog->OnMaterialNotification(name, CKVXRecoMoldTolDlg::kAddMaterialCode);
+    EXPECT_EQ(dialog->Materials().size(), 4u);
+    ASSERT_FALSE(messages_.messages.empty());
+    EXPECT_EQ(messages_.messages.back().text, L"The material \"ABS\" is already in the list.");
+    EXPECT_EQ(messages_.messages.back().icon, KvxMessageIcon::Exclamation);
+    EXPECT_EQ(dialog->CurrentMaterial(), L"ABS") << "the one that exists is selected";
+  }
+}
+
+TEST_F(RecoMoldTolDlgTest, AMaterialIsRenamedByTypingOverItsNameAndRemovedByDelete) {
+  auto dialog = Open(rule_.get());
+  auto& materials = dialog->MaterialList();
+  const auto names = [&] {
+    Texts shown;
+    for (const auto& [name, rows] : dialog->Materials()) shown.push_back(name);
+    return shown;
+  };
+  const auto rename = [&](int row, const std::wstring& name) {
+    ASSERT_TRUE(materials.BeginEdit(row, 0));
+    materials.UpdateEditText(name);
+    materials.CommitEdit();
+  };
+  rename(1, L" PC-HT ");
+  EXPECT_EQ(names(), (Texts{L"ABS", L"PC-HT", L"POM"}));
+  EXPECT_EQ(dialog->CurrentMaterial(), L"PC-HT") << "the rows went with the name";
+  EXPECT_EQ(dialog->Materials().at(L"PC-HT").size(), 1u);
+  rename(0, L"pom");  // another material's name, in another case
+  rename(0, L"");
+  EXPECT_EQ(names(), (Texts{L"ABS", L"PC-HT", L"POM"}));
+  EXPECT_EQ(MessageTexts(), Texts{L"The material \"POM\" is already in the list."});
+  EXPECT_EQ(materials.CellText(0, 0), L"ABS") << "the old name is shown again";
+
+  materials.SelectRow(2);
+  ASSERT_TRUE(materials.BeginEdit(2, 0));
+  materials.HandleEditKey(EditKey::Delete);
+  EXPECT_EQ(names(), (Texts{L"ABS", L"PC-HT"}));
+  materials.SelectRow(2);
+  EXPECT_FALSE(materials.DeleteSelectedRow()) << "the add-material row stays";
+  EXPECT_EQ(dialog->CurrentMaterial(), L"ABS") << "the deleted material was shown";
+  dialog->OnMaterialNotification(L"PC-HT", CKVXRecoMoldTolDlg::kSelectMaterialCode);
+  ASSERT_TRUE(dialog->OnOK());
+  ASSERT_EQ(rule_->Constraints().size(), 2u);
+  EXPECT_EQ(rule_->Constraints()[1]->csName, L"PC-HT");
+  EXPECT_TRUE(rule_->Constraints()[1]->bStatus);
 }
 
 TEST_F(RecoMoldTolDlgTest, SelectingAMaterialShowsItsRowsAndFinishesTheEditInProgress) {
@@ -245,15 +288,15 @@ TEST_F(RecoMoldTolDlgTest, OkWritesTheMaterialsWithTheSelectedOneActiveAndTheSev
   auto dialog = Open(rule_.get());
   dialog->OnMaterialNotification(L"PA66", CKVXRecoMoldTolDlg::kAddMaterialCode);
   TypeRow(*dialog, 0, {L"0", L"5", L"0.5", L"0.01"});
-  dialog->OnMaterialNotification(L"abs", CKVXRecoMoldTolDlg::kAddMaterialCode);
+  dialog->OnMaterialNotification(L"POM", CKVXRecoMoldTolDlg::kSelectMaterialCode);
   dialog->SelectSeverity(0);
   ASSERT_TRUE(dialog->OnOK());
   EXPECT_EQ(rule_->m_lRuleSeverity, 0);
 
   const auto& constraints = rule_->Constraints();
-  ASSERT_EQ(constraints.size(), 5u);
-  const Texts names{L"ABS", L"PA66", L"PC", L"POM", L"abs"};
-  const std::vector<bool> active{true, false, false, false, true};  // "abs" without case: ABS is active too
+  ASSERT_EQ(constraints.size(), 4u);
+  const Texts names{L"ABS", L"PA66", L"PC", L"POM"};
+  const std::vector<bool> active{false, false, false, true};
   for (size_t i = 0; i < names.size(); ++i) {
     EXPECT_EQ(constraints[i]->csName, names[i]);
     EXPECT_EQ(constraints[i]->iType, 1);
@@ -263,6 +306,44 @@ TEST_F(RecoMoldTolDlgTest, OkWritesTheMaterialsWithTheSelectedOneActiveAndTheSev
   const auto rows = CKVXRecoMoldTolRule::RowsOf(*constraints[1]);
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_DOUBLE_EQ(rows[0].dUpto, 5.0);
+}
+
+// What OK keeps: nothing when nothing was edited (the material that applies included), and never a band
+// that cannot be (Up to not above Over, a tolerance not above 0, overlapping bands) nor a table that holds
+// one material twice.
+TEST_F(RecoMoldTolDlgTest, OkKeepsAnUntouchedTableAsItIsAndRefusesBandsThatCannotBe) {
+  CKVXRecoMoldTolRule loaded(nullptr);  // every material active, as every rule set loads
+  loaded.AddMaterialConstraint(L"ABS", true, {{0, 3, 0.1, 0.002}});
+  loaded.AddMaterialConstraint(L"PC", true, {{0, 10, 0.2, 0.004}});
+  ASSERT_TRUE(Open(&loaded)->OnOK());
+  for (const auto& constraint : loaded.Constraints()) EXPECT_TRUE(constraint->bStatus) << "nothing was written";
+
+  struct Case {
+    int row;
+    Texts typed;
+    int message;
+  };
+  const Case cases[] = {
+      {0, {L"5", L"5", L"0.1", L"0.1"}, kvx::res::kToleranceBandNotAscending},
+      {0, {L"0", L"10", L"0.1", L"0"}, kvx::res::kToleranceValueNotPositive},
+      {1, {L"5", L"20", L"0.1", L"0.1"}, kvx::res::kToleranceBandsOverlap},
+  };
+  for (const Case& c : cases) {
+    auto dialog = Open(rule_.get());
+    TypeRow(*dialog, c.row, c.typed);
+    messages_.messages.clear();
+    EXPECT_FALSE(dialog->OnOK()) << c.message;
+    ASSERT_EQ(messages_.messages.size(), 1u) << c.message;
+    EXPECT_EQ(messages_.messages[0].text.substr(0, 10), En(c.message).substr(0, 10));
+    EXPECT_EQ(CKVXRecoMoldTolRule::RowsOf(*rule_->Constraints()[1]).size(), 1u) << "PC as it was";
+  }
+
+  rule_->AddMaterialConstraint(L"abs", false, {{0, 1, 0.1, 0.1}});
+  messages_.messages.clear();
+  EXPECT_FALSE(Open(rule_.get())->OnOK());
+  ASSERT_EQ(messages_.messages.size(), 1u);
+  EXPECT_NE(messages_.messages[0].text.find(L"\"abs\""), std::wstring::npos);
+  EXPECT_EQ(rule_->Constraints().size(), 4u) << "neither merged nor doubled";
 }
 
 TEST_F(RecoMoldTolDlgTest, AnEmptySeveritySelectionIsResetNotTaken) {
@@ -318,23 +399,28 @@ TEST(SheetRowCheck, ChecksFromTheSecondRowAndStopsAtAnEmptyOver) {
   kvx::test::MessageRecorder messages;
   using Columns = std::vector<Texts>;
   const Columns good{{L"Over", L"0", L"3"}, {L"Up to", L"3", L"6"}, {L"A", L"1", L"1"}, {L"B", L"1", L"1"}};
-  auto check = CKVXRecoMoldTolDlg::CheckSheetRows(good, L"bad");
+  auto check = CKVXRecoMoldTolDlg::CheckSheetRows(good, L"bad", L"over %s");
   EXPECT_TRUE(check.passed && !check.stoppedEarly);
   EXPECT_EQ(check.endRow, 3u);
 
   const Columns gap{{L"Over", L"0", L"", L"6"}, {L"x", L"3", L"", L"-2"}, {L"x", L"1", L"", L"1"}, {L"x", L"1"}};
-  check = CKVXRecoMoldTolDlg::CheckSheetRows(gap, L"bad");
+  check = CKVXRecoMoldTolDlg::CheckSheetRows(gap, L"bad", L"over %s");
   EXPECT_TRUE(check.passed && check.stoppedEarly);
   EXPECT_EQ(check.endRow, 2u) << "the bad row after the stop is never looked at";
 
-  for (const wchar_t* value : {L"0", L"-2", L"", L"2 mm", L"0.0"}) {
-    const Columns bad{{L"Over", L"0"}, {L"Up to", L"3"}, {L"A", value}, {L"B", L"1"}};
-    check = CKVXRecoMoldTolDlg::CheckSheetRows(bad, L"bad");
+  // Over must say what it is read as (not 0, 0 and 1); the others must be above 0.
+  const std::pair<size_t, const wchar_t*> bad[] = {{0, L"abc"}, {0, L"-5"}, {0, L"1e3"}, {2, L"0"}, {2, L"-2"},
+                                                   {2, L""},    {2, L"2 mm"}, {2, L"0.0"}, {2, L"1.2.3"}};
+  for (const auto& [column, value] : bad) {
+    Columns columns{{L"Over", L"0"}, {L"Up to", L"3"}, {L"A", L"1"}, {L"B", L"1"}};
+    columns[column][1] = value;
+    messages.messages.clear();
+    check = CKVXRecoMoldTolDlg::CheckSheetRows(columns, L"bad", L"over %s");
     EXPECT_FALSE(check.passed) << kvx::platform::Narrow(value);
     EXPECT_EQ(check.endRow, 1u);
+    ASSERT_EQ(messages.messages.size(), 1u);
+    EXPECT_EQ(messages.messages[0].text, column == 0 ? L"over 2" : L"bad");
   }
-  EXPECT_EQ(messages.messages.size(), 5u);
-  EXPECT_EQ(messages.messages[0].text, L"bad");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QTimer>
 #include <QLineEdit>
 #include <QTest>
@@ -14,9 +15,11 @@
 #include "RuleTestSupport.h"
 #include "ViewTestSupport.h"
 #include "kvx/framework/gui/PictureControl.h"
+#include "kvx/framework/gui/QtUiServices.h"
 #include "kvx/framework/gui/RuleDialog.h"
 #include "kvx/framework/gui/RuleDlgBase.h"
 #include "kvx/params/TypedParamStorage.h"
+#include "kvx/rules/CKVXIMHoleDepthToDiaRule.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/ui/qt/MinRibClearanceDialog.h"
@@ -72,8 +75,9 @@ TEST_F(MinRibClearanceDialogTest, EditsValueOperatorAndSeverityOnOk) {
 }
 
 TEST_F(MinRibClearanceDialogTest, EditRuleOpensItWithTheRulesPicture) {
-  kvx::ui::qt::RegisterRuleDialogs();
+  kvx::ui::qt::RuleDialogService dialogs(kvx::params::Module(), L"english");
   CKVXIMMinRibClearanceRule rule;
+  rule.SetDialogService(&dialogs);
   bool drawing = false;
   QTimer::singleShot(0, [&] {
     auto* dialog = qobject_cast<kvx::ui::qt::MinRibClearanceDialog*>(QApplication::activeModalWidget());
@@ -84,9 +88,7 @@ TEST_F(MinRibClearanceDialogTest, EditRuleOpensItWithTheRulesPicture) {
     dialog->accept();
   });
   rule.EditRule();
-  SetMinRibClearanceEditor({});
-  SetRecoMoldTolEditor({});
-  EXPECT_EQ(KvxLastDialogResult(), KVX_IDOK);
+  EXPECT_EQ(rule.LastDialogResult(), KVX_IDOK);
   EXPECT_TRUE(drawing);
   EXPECT_EQ(*kvx::params::DoubleValues(rule.FindParameterInArray(2061)), std::vector<double>{2.5});
   EXPECT_NE(rule.m_csSummary.find(L"2.5"), std::wstring::npos) << "the summary is rebuilt after the dialog";
@@ -136,6 +138,30 @@ TEST_F(RuleDialogTest, ANumberItCannotReadKeepsTheDialogOpen) {
   EXPECT_EQ(dialog.ValueEdit(0, 0)->text(), QStringLiteral("2,5"));
   kvx::test::SaveScreenshot(dialog, "RuleDialog-" + TestName());
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.0});
+}
+
+class ModuleRuleDialogTest : public kvx::test::ModuleFixture {};
+
+// A rule of the module in German: its limits are labelled with their names, and "3,5" is 3.5.
+TEST_F(ModuleRuleDialogTest, ShowsTheLimitsByNameAndReadsTheUsersNotation) {
+  UseLocalizedLanguage("german");
+  CKVXIMHoleDepthToDiaRule rule;
+  kvx::platform::ResourceScope resources(kvx::params::Module().localizedResources);
+  kvx::framework::gui::CKVXRuleDlgBase presenter(rule, Drawing(), L",");
+  RuleDialog dialog(presenter);
+  dialog.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+  QStringList labels;
+  for (const QLabel* label : dialog.findChildren<QLabel*>()) labels << label->text();
+  EXPECT_FALSE(labels.contains(QStringLiteral("Parameter 2347"))) << labels.join(", ").toStdString();
+  EXPECT_TRUE(labels.contains(ToQString(kvx::platform::LoadResString(2347))));
+  dialog.ValueEdit(0, 0)->selectAll();
+  QTest::keyClicks(dialog.ValueEdit(0, 0), "3,5");
+  kvx::test::SaveScreenshot(dialog, "RuleDialog-" + TestName());
+  QTest::mouseClick(kvx::test::OkButton(dialog), Qt::LeftButton);
+  EXPECT_EQ(dialog.result(), QDialog::Accepted);
+  EXPECT_EQ(*rule.FindParameterInConstraintArray(L"Default", 2347)->GetDoubleValues(), std::vector<double>{3.5});
+  EXPECT_EQ(*kvx::params::DoubleValues(rule.FindParameterInArray(2347)), std::vector<double>{3.5});
 }
 
 }  // namespace

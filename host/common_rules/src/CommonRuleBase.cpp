@@ -13,6 +13,7 @@
 #include "kvx/params/TypedParamStorage.h"
 #include "kvx/params/ValueUtils.h"
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 
 using kvx::common_rules::ParamRow;
 using kvx::common_rules::Quantity;
@@ -25,18 +26,22 @@ namespace {
 constexpr RuleUnitSystemStructure kTableUnits{KVX_UNIT_MM, KVX_ANGLE_DEGREE};
 constexpr KvxParamType_e kPlainParameter = 1;
 
-// Unit texts of this library. Feet-and-inches values are held in feet and the degree-minute forms in
-// degrees, so those show the unit the numbers are really in.
+// Unit texts in the user's language. Feet-and-inches values are held in feet and the degree-minute
+// forms in degrees, so those show the unit the numbers are really in.
 std::wstring LengthUnitText(int code) {
-  static const wchar_t* const kTexts[] = {L"mm", L"cm", L"m",  L"in",  L"ft", L"ft",
-                                          L"Å",  L"nm", L"µm", L"mil", L"µin"};
+  namespace res = kvx::res;
+  static constexpr int kTexts[] = {res::kUnitMillimetre, res::kUnitCentimetre, res::kUnitMetre,  res::kUnitInch,
+                                   res::kUnitFoot,       res::kUnitFoot,       res::kUnitAngstrom, res::kUnitNanometre,
+                                   res::kUnitMicrometre, res::kUnitMil,        res::kUnitMicroinch};
   if (code < 0 || code >= static_cast<int>(std::size(kTexts))) return {};
-  return kTexts[code];
+  return kvx::platform::LoadResString(kTexts[code]);
 }
 
 std::wstring AngleUnitText(int code) {
-  if (code == KVX_ANGLE_RADIAN) return L"rad";
-  if (code == KVX_ANGLE_DEGREE || code == KVX_ANGLE_DEG_MIN || code == KVX_ANGLE_DEG_MIN_SEC) return L"deg";
+  if (code == KVX_ANGLE_RADIAN) return kvx::platform::LoadResString(kvx::res::kUnitRadian);
+  if (code == KVX_ANGLE_DEGREE || code == KVX_ANGLE_DEG_MIN || code == KVX_ANGLE_DEG_MIN_SEC) {
+    return kvx::platform::LoadResString(kvx::res::kUnitDegree);
+  }
   return {};
 }
 
@@ -79,7 +84,7 @@ void ConvertRange(CKvxParamStorage& parameter, const Conversion& conversion) {
 }
 
 void ApplyDefaults(CKvxParamStorage& parameter, const ParamRow& row, const RuleUnitSystemStructure& units) {
-  parameter.csName = row.name;
+  parameter.csName = kvx::platform::LoadResString(static_cast<int>(row.id));
   parameter.iOperator = row.op;
   parameter.operatorOptions.clear();
   for (KvxOperator_e option : row.options) {
@@ -100,16 +105,18 @@ void ApplyDefaults(CKvxParamStorage& parameter, const ParamRow& row, const RuleU
   if (std::vector<double>* values = kvx::params::DoubleValues(&parameter)) *values = {value};
 }
 
-// The words before a limit value: "at least 0.8 mm".
-std::wstring ComparisonWords(int op) {
+// The resource format of a limit: "at least %s".
+int LimitFormatId(int op) {
   switch (op) {
-    case KVX_OP_LESS: return L"less than ";
-    case KVX_OP_LESS_EQUAL: return L"at most ";
-    case KVX_OP_GREATER: return L"more than ";
-    case KVX_OP_GREATER_EQUAL: return L"at least ";
-    default: return {};
+    case KVX_OP_LESS: return kvx::res::kLimitLessThan;
+    case KVX_OP_LESS_EQUAL: return kvx::res::kLimitAtMost;
+    case KVX_OP_GREATER: return kvx::res::kLimitMoreThan;
+    case KVX_OP_GREATER_EQUAL: return kvx::res::kLimitAtLeast;
+    default: return 0;
   }
 }
+
+std::wstring Text(int id) { return kvx::platform::LoadResString(id); }
 
 std::wstring ValueWithUnit(double value, const ParamRow& row, const std::wstring& unitText) {
   std::wstring text = kvx::params::DoubleToShortText(value);
@@ -121,13 +128,16 @@ std::wstring ValueWithUnit(double value, const ParamRow& row, const std::wstring
 // One parameter as the summary shows it.
 std::wstring ClauseOf(CKvxParamStorage* parameter, const ParamRow& row) {
   const std::vector<double>* values = kvx::params::DoubleValues(parameter);
-  if (!values || values->empty()) return L"not set";
-  if (row.quantity == Quantity::Switch) return values->front() != 0.0 ? L"on" : L"off";
+  using kvx::params::FormatText;
+  if (!values || values->empty()) return Text(kvx::res::kLimitNotSet);
+  if (row.quantity == Quantity::Switch) return Text(values->front() != 0.0 ? kvx::res::kSwitchOn : kvx::res::kSwitchOff);
   if (parameter->iOperator == KVX_OP_RANGE && values->size() >= 2) {
-    return L"between " + ValueWithUnit((*values)[0], row, parameter->csUnit) + L" and " +
-           ValueWithUnit((*values)[1], row, parameter->csUnit);
+    return FormatText(Text(kvx::res::kLimitBetween), ValueWithUnit((*values)[0], row, parameter->csUnit),
+                      ValueWithUnit((*values)[1], row, parameter->csUnit));
   }
-  return ComparisonWords(parameter->iOperator) + ValueWithUnit(values->front(), row, parameter->csUnit);
+  const std::wstring value = ValueWithUnit(values->front(), row, parameter->csUnit);
+  const int format = LimitFormatId(parameter->iOperator);
+  return format ? FormatText(Text(format), value) : value;
 }
 
 // The format filled with one clause per parameter; a row whose format does not fit its parameters gives
@@ -250,9 +260,9 @@ void CKVXCommonRuleBase::RebuildSummary() {
   std::vector<std::wstring> clauses;
   for (const ParamRow& parameterRow : row.params) {
     CKvxParamStorage* parameter = FindParameterInArray(parameterRow.id);
-    clauses.push_back(parameter ? ClauseOf(parameter, parameterRow) : L"not set");
+    clauses.push_back(parameter ? ClauseOf(parameter, parameterRow) : Text(kvx::res::kLimitNotSet));
   }
-  m_csSummary = FillFormat(row.summaryFormat, clauses);
+  m_csSummary = FillFormat(Text(row.summaryId), clauses);
 }
 
 std::unique_ptr<CKvxParamStorage> CKVXCommonRuleBase::NewParamStorage(Type_e valueType, long id, KvxOperator_e op,

@@ -2,9 +2,18 @@
 #include "kvx/common_rules/CommonRules.h"
 #include "kvx/params/ModuleContext.h"
 
-// Each library that links the parameter code keeps its own module context; this is how a rule module
-// shares its document with the rules of this library.
-extern "C" KVX_COMMON_RULES_API void SetXMLDoc(KvxXMLDocument* doc) { kvx::params::Module().xmlDocument = doc; }
+namespace {
+// Each library that links the parameter code keeps its own module context. This library has no application
+// object: its context, with no resource libraries, is installed for as long as the library is loaded.
+kvx::params::ModuleContext& LibraryContext() {
+  static kvx::params::ModuleContext context;
+  return context;
+}
+const kvx::params::ModuleContextScope theContextScope(LibraryContext());
+}  // namespace
+
+// How a rule module shares its document with the rules of this library.
+extern "C" KVX_COMMON_RULES_API void SetXMLDoc(KvxXMLDocument* doc) { LibraryContext().xmlDocument = doc; }
 
 #define KVX_DEFINE_COMMON_RULE(ClassName, Kind)                                                             \
   ClassName::ClassName(const std::wstring& moduleDisplayName, const std::wstring& moduleKey,               \

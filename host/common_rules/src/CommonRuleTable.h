@@ -20,8 +20,7 @@ enum class Quantity {
 };
 
 struct ParamRow {
-  long id;
-  const wchar_t* name;
+  long id;  // also the resource string of the parameter's name
   Quantity quantity;
   double defaultValue;  // lengths in millimetres, angles in degrees
   KvxOperator_e op;
@@ -37,7 +36,7 @@ struct RuleRow {
   int nameId;             // resource string of the rule's name
   const wchar_t* keyName; // the English text of nameId: the key by which rule modules find the class
   int severity;
-  const wchar_t* summaryFormat;  // one %s per parameter, in parameter order
+  int summaryId;          // resource format of the summary: one %s per parameter, in parameter order
   std::vector<ParamRow> params;
 };
 

@@ -1,5 +1,7 @@
 #include "MaterialStore.h"
 
+#include "ToleranceText.h"
+
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -290,6 +292,10 @@ Outcome MaterialStore::ReadMaterials(std::vector<MaterialEntry>& materials) cons
     if (read.empty() || id != currentId) {
       read.push_back({rows.Text(1), rows.Text(2), {}});
       currentId = id;
+      if (const std::wstring problem = MaterialNameProblem(read.back().name); !problem.empty()) {
+        return Outcome::Failure(DbStatus::BadData, L"the material database " + path_ + L" has a material (id " +
+                                                       std::to_wstring(id) + L") whose name " + problem);
+      }
     }
     if (rows.IsNull(3)) continue;
     if (Outcome band = ReadBand(rows, read.back(), path_); !band) return band;

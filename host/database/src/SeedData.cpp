@@ -1,5 +1,7 @@
 #include "SeedData.h"
 
+#include "ToleranceText.h"
+
 #include <algorithm>
 #include <charconv>
 #include <map>
@@ -147,6 +149,10 @@ bool ParseMaterials(std::string_view csv, SeedData& data, std::wstring& error) {
       return false;
     }
     SeedMaterial material{Widen(row.fields[0]), Widen(row.fields[1])};
+    if (const std::wstring problem = MaterialNameProblem(material.name); !problem.empty()) {
+      error = LineError(kFile, row.lineNumber, L"the material name " + problem);
+      return false;
+    }
     if (!seen.insert(material.name).second) {
       error = LineError(kFile, row.lineNumber, L"material " + material.name + L" is listed twice");
       return false;

@@ -15,11 +15,16 @@ std::wstring FormatNumber(double value) {
   return kvx::platform::Widen(std::string_view(buffer, static_cast<size_t>(end - buffer)));
 }
 
+std::wstring MaterialNameProblem(const std::wstring& name) {
+  if (name.empty()) return L"is empty";
+  if (name.find_first_of(L",;") != std::wstring::npos) return L"\"" + name + L"\" contains \",\" or \";\"";
+  if (name == L"-1") return L"\"-1\" is no material name";
+  return {};
+}
+
 std::wstring ToleranceTableText(const std::vector<MaterialEntry>& materials) {
   std::wstring table;
   for (const MaterialEntry& material : materials) {
-    // A separator inside a name would split the record in the wrong place and shift every field.
-    if (material.name.find_first_of(L",;") != std::wstring::npos) continue;
     for (const ToleranceBand& band : material.bands) {
       if (!table.empty()) table += L';';
       table += material.name;

@@ -11,7 +11,11 @@ namespace kvx_db::detail {
 // independent of the user's locale; empty only for a value too long to write.
 std::wstring FormatNumber(double value);
 
-// The table text of `materials`, in their order; materials whose names contain "," or ";" are left out.
+// Why `name` cannot be a material of the table text ("is empty", ...); empty when it can. The text's
+// separators would split a record in the wrong place, and the rules skip a material called "-1".
+std::wstring MaterialNameProblem(const std::wstring& name);
+
+// The table text of `materials`, in their order; their names must have no MaterialNameProblem.
 std::wstring ToleranceTableText(const std::vector<MaterialEntry>& materials);
 
 }  // namespace kvx_db::detail

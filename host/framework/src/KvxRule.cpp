@@ -28,15 +28,14 @@ bool CKvxRule::UpdateRule(CKvxRule* /*other*/) { return true; }
 void CKvxRule::EditRule() { ConfigureRule(kvx::platform::Picture{}); }
 
 int CKvxRule::ConfigureRule(const kvx::platform::Picture& picture) {
-  if (IKvxRuleDialogService* dialogs = GetRuleDialogService()) {
-    const int result = dialogs->ConfigureRule(*this, picture);
-    KvxSetLastDialogResult(result);
-    return result;
+  if (!m_pDialogService) {
+    m_iLastDialogResult = KVX_DIALOG_UNAVAILABLE;
+    KvxMessageBox(L"No rule dialog is available in this host; the rule was not changed.", L"Korvex",
+                  KvxMessageIcon::Information);
+    return KVX_IDCANCEL;
   }
-  KvxSetLastDialogResult(KVX_IDCANCEL);
-  KvxMessageBox(L"No rule dialog is available in this host; the rule was not changed.", L"Korvex",
-                KvxMessageIcon::Information);
-  return KVX_IDCANCEL;
+  m_iLastDialogResult = m_pDialogService->ConfigureRule(*this, picture);
+  return m_iLastDialogResult == KVX_IDOK ? KVX_IDOK : KVX_IDCANCEL;
 }
 
 void CKvxRule::SetDialogImageInfo(const std::wstring& /*info*/) {}

@@ -19,8 +19,6 @@ class ConsoleMessageBox final : public IKvxMessageBoxService {
 
 ConsoleMessageBox g_console;
 IKvxMessageBoxService* g_messageBox = &g_console;
-IKvxRuleDialogService* g_ruleDialog = nullptr;
-int g_lastDialogResult = KVX_IDCANCEL;
 }  // namespace
 
 IKvxMessageBoxService::~IKvxMessageBoxService() = default;
@@ -35,14 +33,3 @@ IKvxMessageBoxService* SetMessageBoxService(IKvxMessageBoxService* service) {
   g_messageBox = service ? service : &g_console;
   return previous;
 }
-
-IKvxRuleDialogService* GetRuleDialogService() { return g_ruleDialog; }
-
-IKvxRuleDialogService* SetRuleDialogService(IKvxRuleDialogService* service) {
-  IKvxRuleDialogService* previous = g_ruleDialog;
-  g_ruleDialog = service;
-  return previous;
-}
-
-void KvxSetLastDialogResult(int result) { g_lastDialogResult = result; }
-int KvxLastDialogResult() { return g_lastDialogResult; }

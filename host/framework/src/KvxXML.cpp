@@ -1,8 +1,11 @@
 #include "kvx/framework/KvxXML.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cwchar>
-#include <sstream>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string_view>
 #include <unordered_map>
 
@@ -41,16 +44,72 @@ void ClearContent(pugi::xml_document& document) {
   }
 }
 
-bool IsNameStart(unsigned char c) { return c >= 0x80 || std::isalpha(c) || c == '_' || c == ':'; }
-bool IsNameChar(unsigned char c) { return IsNameStart(c) || std::isdigit(c) || c == '-' || c == '.'; }
+// Decodes one UTF-8 sequence at `at`, advancing it; -1 when the bytes are not UTF-8.
+long NextCodePoint(std::string_view text, size_t& at) {
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char lead = byte(at);
+  if (lead < 0x80) return text[at++];
+  const int length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
+  if (length == 0 || lead > 0xF4 || at + length > text.size()) return -1;
+  long code = lead & (0x3F >> (length - 1));
+  for (int i = 1; i < length; ++i) {
+    if ((byte(at + i) & 0xC0) != 0x80) return -1;
+    code = (code << 6) | (byte(at + i) & 0x3F);
+  }
+  const long smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (code < smallest[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return -1;
+  at += static_cast<size_t>(length);
+  return code;
+}
+
+// The characters an XML document may hold at all.
+bool IsXmlChar(long c) {
+  return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
+         (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+bool IsNameStart(long c) {
+  return std::isalpha(static_cast<int>(c < 0x80 ? c : 0)) || c == '_' || c == ':' ||
+         (c >= 0xC0 && c <= 0x2FF && c != 0xD7 && c != 0xF7) || (c >= 0x370 && c <= 0x1FFF && c != 0x37E) ||
+         c == 0x200C || c == 0x200D || (c >= 0x2070 && c <= 0x218F) || (c >= 0x2C00 && c <= 0x2FEF) ||
+         (c >= 0x3001 && c <= 0xD7FF) || (c >= 0xF900 && c <= 0xFDCF) || (c >= 0xFDF0 && c <= 0xFFFD) ||
+         (c >= 0x10000 && c <= 0xEFFFF);
+}
+bool IsNameChar(long c) {
+  return IsNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == 0xB7 ||
+         (c >= 0x300 && c <= 0x36F) || c == 0x203F || c == 0x2040;
+}
 
 // Element and attribute names must be XML names, or the written file could not be read back.
-bool IsXmlName(const std::string& name) {
-  if (name.empty() || !IsNameStart(static_cast<unsigned char>(name.front()))) return false;
-  for (char c : name) {
-    if (!IsNameChar(static_cast<unsigned char>(c))) return false;
+bool IsXmlName(std::string_view name) {
+  size_t at = 0;
+  for (bool first = true; at < name.size(); first = false) {
+    const long c = NextCodePoint(name, at);
+    if (c < 0 || !(first ? IsNameStart(c) : IsNameChar(c))) return false;
+  }
+  return !name.empty();
+}
+
+// Texts that hold only XML characters in UTF-8: a strict reader refuses anything else.
+bool IsXmlText(std::string_view text) {
+  for (size_t at = 0; at < text.size();) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    if (byte >= 0x20 && byte < 0x80) {
+      ++at;
+      continue;
+    }
+    if (!IsXmlChar(NextCodePoint(text, at))) return false;
   }
   return true;
+}
+
+// Characters no XML document can hold become U+FFFD, so whatever is written reads back everywhere.
+std::string XmlText(const std::wstring& text) {
+  const auto unfit = [](wchar_t c) { return !IsXmlChar(static_cast<long>(c)); };
+  if (std::none_of(text.begin(), text.end(), unfit)) return Narrow(text);
+  std::wstring fitted = text;
+  std::replace_if(fitted.begin(), fitted.end(), unfit, L'\uFFFD');
+  return Narrow(fitted);
 }
 }  // namespace
 
@@ -77,7 +136,7 @@ bool KvxXMLNode::AddAttribute(const std::wstring& name, const std::wstring& valu
   // A second attribute of the same name would make the element unreadable; the value is replaced.
   pugi::xml_attribute attribute = node_.attribute(narrowName.c_str());
   if (!attribute) attribute = node_.append_attribute(narrowName.c_str());
-  return attribute.set_value(Narrow(value).c_str());
+  return attribute.set_value(XmlText(value).c_str());
 }
 
 bool KvxXMLNode::GetAttributeValue(const std::wstring& name, std::wstring& value) const {
@@ -88,7 +147,7 @@ bool KvxXMLNode::GetAttributeValue(const std::wstring& name, std::wstring& value
 }
 
 void KvxXMLNode::SetNodeValue(const std::wstring& text) {
-  if (node_) node_.text().set(Narrow(text).c_str());
+  if (node_) node_.text().set(XmlText(text).c_str());
 }
 
 std::wstring KvxXMLNode::GetNodeValue() const { return Widen(node_.text().get()); }
@@ -155,101 +214,163 @@ KvxXMLDocument::~KvxXMLDocument() {
 }
 
 namespace {
-// Line numbers are what a user can act on; pugixml reports byte offsets.
-std::wstring LineOf(std::ptrdiff_t offset, const std::string& text) {
-  size_t line = 1;
-  for (size_t i = 0; offset > 0 && i < static_cast<size_t>(offset) && i < text.size(); ++i) line += text[i] == '\n';
-  return L"line " + std::to_wstring(line) + L": ";
+// What the lenient parser lets through but a strict reader refuses (a second top-level element, an
+// attribute given twice, a character XML cannot hold, a malformed name), and what goes beyond the limits.
+// One pass without recursion, linear in the size of the document. No reason when the document passes.
+struct Refusal {
+  std::ptrdiff_t offset = -1;  // where in the text, when known
+  std::wstring reason;
+};
+
+class DocumentCheck : public pugi::xml_tree_walker {
+ public:
+  Refusal Problem(pugi::xml_document& parsed) {
+    int roots = 0;
+    for (pugi::xml_node top : parsed.children()) {
+      if (top.type() == pugi::node_element && ++roots > 1) {
+        Fail(top, L"more than one root element");
+        return problem_;
+      }
+    }
+    if (roots == 0) return {-1, L"the document has no root element"};
+    parsed.traverse(*this);
+    return problem_;
+  }
+
+  bool for_each(pugi::xml_node& node) override {
+    if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata) {
+      return IsXmlText(node.value()) || Fail(node, L"the text holds a character XML does not allow");
+    }
+    if (node.type() != pugi::node_element) return true;
+    if (depth() >= KvxXMLDocument::kMaxDepth) {
+      return Fail(node, L"elements nest deeper than " + std::to_wstring(KvxXMLDocument::kMaxDepth) + L" levels");
+    }
+    if (++elements_ > KvxXMLDocument::kMaxElements) {
+      return Fail(node, L"more than " + std::to_wstring(KvxXMLDocument::kMaxElements) + L" elements");
+    }
+    if (!IsXmlName(node.name())) return Fail(node, L"the element name is not an XML name");
+    return AttributesPass(node);
+  }
+
+ private:
+  bool AttributesPass(const pugi::xml_node& node) {
+    names_.clear();
+    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+      if (names_.size() == static_cast<size_t>(KvxXMLDocument::kMaxAttributes)) {
+        return Fail(node, L"more than " + std::to_wstring(KvxXMLDocument::kMaxAttributes) + L" attributes");
+      }
+      if (!IsXmlName(a.name())) return Fail(node, L"attribute " + Widen(a.name()) + L" is not an XML name");
+      if (!IsXmlText(a.value())) return Fail(node, L"attribute " + Widen(a.name()) + L" holds a character XML does not allow");
+      names_.push_back(a.name());
+    }
+    // Sorted, so that a second attribute of a name shows in linear-logarithmic time whatever the count.
+    std::sort(names_.begin(), names_.end());
+    const auto twice = std::adjacent_find(names_.begin(), names_.end());
+    if (twice != names_.end()) return Fail(node, L"attribute " + Widen(*twice) + L" is given twice");
+    return true;
+  }
+
+  bool Fail(const pugi::xml_node& node, const std::wstring& what) {
+    problem_ = {node.offset_debug(), what};
+    return false;
+  }
+
+  Refusal problem_;
+  long elements_ = 0;
+  std::vector<std::string_view> names_;
+};
+
+// Why a parsed document cannot be taken, with no reason when it can.
+Refusal Check(pugi::xml_document& parsed, const pugi::xml_parse_result& result) {
+  if (!result) return {static_cast<std::ptrdiff_t>(result.offset), Widen(result.description())};
+  return DocumentCheck().Problem(parsed);
 }
 
-// What the lenient parser lets through but other readers refuse: a second top-level element and an
-// attribute given twice. Empty when the document is well-formed.
-std::wstring WellFormednessProblem(pugi::xml_document& parsed, const std::string& text) {
-  int roots = 0;
-  for (pugi::xml_node top : parsed.children()) {
-    if (top.type() == pugi::node_element && ++roots > 1) {
-      return LineOf(top.offset_debug(), text) + L"more than one root element";
-    }
-  }
-  if (roots == 0) return L"the document has no root element";
-  std::wstring problem;
-  struct Walker : pugi::xml_tree_walker {
-    const std::string* source = nullptr;
-    std::wstring* found = nullptr;
-    bool for_each(pugi::xml_node& node) override {
-      for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-        for (pugi::xml_attribute b = a.next_attribute(); b; b = b.next_attribute()) {
-          if (std::string_view(a.name()) != b.name()) continue;
-          *found = LineOf(node.offset_debug(), *source) + L"attribute " + Widen(a.name()) + L" is given twice";
-          return false;
-        }
-      }
-      return true;
-    }
-  } walker;
-  walker.source = &text;
-  walker.found = &problem;
-  parsed.traverse(walker);
-  return problem;
+// Line numbers are what a user can act on; pugixml reports byte offsets.
+std::wstring Explain(const Refusal& refusal, std::string_view text) {
+  if (refusal.offset < 0) return refusal.reason;
+  const auto end = text.begin() + std::min(static_cast<size_t>(refusal.offset), text.size());
+  const auto line = 1 + std::count(text.begin(), end, '\n');
+  return L"line " + std::to_wstring(line) + L": " + refusal.reason;
 }
 }  // namespace
 
-bool KvxXMLDocument::LoadText(const std::string& utf8, std::wstring& error) {
-  pugi::xml_document fresh;
-  const pugi::xml_parse_result result = fresh.load_buffer(utf8.data(), utf8.size(), pugi::parse_default,
-                                                          pugi::encoding_utf8);
-  if (!result) {
-    error = LineOf(result.offset, utf8) + Widen(result.description());
-    return false;
-  }
-  if (std::wstring problem = WellFormednessProblem(fresh, utf8); !problem.empty()) {
-    error = problem;
-    return false;
+void KvxXMLDocument::Adopt(pugi::xml_document& fresh) {
+  // Without parked nodes the parsed tree becomes the content as it is, without a copy.
+  const pugi::xml_node staging = doc_.child(kStagingName);
+  if (!staging || !staging.first_child()) {
+    doc_ = std::move(fresh);
+    return;
   }
   // The content is replaced, the parked nodes stay: their handles are still held by someone.
   ClearContent(doc_);
-  const pugi::xml_node staging = doc_.child(kStagingName);
-  for (pugi::xml_node child : fresh.children()) {
-    if (staging) doc_.insert_copy_before(child, staging);
-    else doc_.append_copy(child);
+  for (pugi::xml_node child : fresh.children()) doc_.insert_copy_before(child, staging);
+}
+
+bool KvxXMLDocument::LoadText(const std::string& utf8, std::wstring& error) {
+  pugi::xml_document fresh;
+  const Refusal refusal =
+      Check(fresh, fresh.load_buffer(utf8.data(), utf8.size(), pugi::parse_default, pugi::encoding_utf8));
+  if (!refusal.reason.empty()) {
+    error = Explain(refusal, utf8);
+    return false;
   }
+  Adopt(fresh);
   return true;
 }
 
 bool KvxXMLDocument::LoadFile(const std::wstring& path, std::wstring& error) {
-  std::string bytes;
-  {
-    FILE* file = std::fopen(Narrow(path).c_str(), "rb");
-    if (!file) {
-      error = path + L": cannot open the file";
-      return false;
-    }
-    char buffer[65536];
-    size_t n = 0;
-    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, n);
-    const bool failed = std::ferror(file) != 0;
-    std::fclose(file);
-    if (failed) {
-      error = path + L": cannot read the file";
-      return false;
-    }
-  }
-  if (!LoadText(bytes, error)) {
-    error = path + L": " + error;
+  // pugixml reads the file in one piece and parses it where it lies.
+  const std::string narrowPath = Narrow(path);
+  // A folder or a device opens like a file but has no size to read in one piece.
+  std::error_code kind;
+  if (std::filesystem::exists(narrowPath, kind) && !std::filesystem::is_regular_file(narrowPath, kind)) {
+    error = path + L": not a file";
     return false;
   }
+  pugi::xml_document fresh;
+  const pugi::xml_parse_result result = fresh.load_file(narrowPath.c_str(), pugi::parse_default, pugi::encoding_utf8);
+  if (result.status == pugi::status_file_not_found) {
+    error = path + L": cannot open the file";
+    return false;
+  }
+  if (result.status == pugi::status_io_error || result.status == pugi::status_out_of_memory) {
+    error = path + L": cannot read the file";
+    return false;
+  }
+  const Refusal refusal = Check(fresh, result);
+  if (!refusal.reason.empty()) {
+    // Read again only to give the line of the problem.
+    std::ifstream file(narrowPath, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    error = path + L": " + Explain(refusal, text);
+    return false;
+  }
+  Adopt(fresh);
   return true;
 }
 
+namespace {
+// Collects the written document in one string.
+class StringWriter : public pugi::xml_writer {
+ public:
+  explicit StringWriter(std::string& out) : out_(out) {}
+  void write(const void* data, size_t size) override { out_.append(static_cast<const char*>(data), size); }
+
+ private:
+  std::string& out_;
+};
+}  // namespace
+
 std::string KvxXMLDocument::ToText() const {
-  std::ostringstream out;
-  out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+  std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+  StringWriter out(text);
   for (pugi::xml_node child : doc_.children()) {
     if (child.type() == pugi::node_declaration) continue;
     if (child.name() == std::string_view(kStagingName)) continue;
     child.print(out, "  ", pugi::format_indent, pugi::encoding_utf8);
   }
-  return out.str();
+  return text;
 }
 
 bool KvxXMLDocument::SaveFile(const std::wstring& path, std::wstring& error) const {

@@ -1,7 +1,7 @@
 #include "kvx/module/KVXIMRulesApp.h"
 
 #include "kvx/params/ModuleContext.h"
-#include "kvx/params/ValueUtils.h"
+#include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Locale.h"
 #include "kvx/platform/Paths.h"
@@ -68,19 +68,27 @@ bool CKVXIMRulesApp::InitInstance() {
   if (m_hLocalizedResource) kvx::platform::SetCurrentResourceLibrary(m_hLocalizedResource.get());
 
   g_app = this;
-  auto& module = kvx::params::Module();
-  module.applicationPresent = true;
-  module.localizedResources = m_hLocalizedResource.get();
-  module.defaultResources = m_hDefaultResource.get();
-  module.materialWorkflow = m_bMaterialWorkflow;
+  context_.applicationPresent = true;
+  context_.localizedResources = m_hLocalizedResource.get();
+  context_.defaultResources = m_hDefaultResource.get();
+  context_.materialWorkflow = m_bMaterialWorkflow;
+  contextScope_.emplace(context_);
 
-  g_commonRules = kvx::platform::DynamicLibrary::Load(kvx::platform::LibraryFileName(kCommonRulesLibraryName)).release();
+  // By its full path beside this module: a bare name would be searched from whichever library called the
+  // loader (a sanitizer's runtime, for one), not from this module's folder.
+  const std::wstring moduleFolder =
+      kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&GetCommonRulesLibrary)));
+  const std::wstring fileName = kvx::platform::LibraryFileName(kCommonRulesLibraryName);
+  auto common = kvx::platform::DynamicLibrary::Load(kvx::platform::JoinPath(moduleFolder, fileName));
+  // Linked into a program (as in tests) rather than into the module: the loader's own search finds it.
+  if (!common) common = kvx::platform::DynamicLibrary::Load(fileName);
+  g_commonRules = common.release();
   return true;
 }
 
 int CKVXIMRulesApp::ExitInstance() {
-  auto& module = kvx::params::Module();
-  module = kvx::params::ModuleContext{};
+  contextScope_.reset();
+  context_ = kvx::params::ModuleContext{};
   g_app = nullptr;
   m_hLocalizedResource.reset();
   m_hDefaultResource.reset();
@@ -98,9 +106,9 @@ std::wstring CKVXIMRulesApp::LanguageFromSettings() {
   std::int64_t option = ReadUserNumber(kAddinKey, L"OptionsLanguage");
   if (option == -1) option = 1;  // absent means: follow the host
   if (option == 0) return L"english";
-  if (option != 1) return kvx::params::LanguageIdToName(static_cast<unsigned>(option));
+  if (option != 1) return CLanguageUtil::LanguageIdToName(static_cast<unsigned>(option));
   if (HostUsesEnglish(strSolidWorksVersion1) || HostUsesEnglish(strSolidWorksVersion2)) return L"english";
-  return kvx::params::LanguageIdToName(kvx::platform::UserDefaultLangId());
+  return CLanguageUtil::LanguageIdToName(kvx::platform::UserDefaultLangId());
 }
 
 std::wstring CKVXIMRulesApp::LocaleNameForLanguage() const {
@@ -118,7 +126,7 @@ void CKVXIMRulesApp::ReadMaterialWorkflowSwitch() {
   // Read into a buffer of 260 characters: a value that does not fit counts as absent.
   const auto value = kvx::platform::GetEnvNarrow("ENABLE_MATERIAL_WORKFLOW");
   m_bMaterialWorkflow = value && !value->empty() && value->size() <= 259 && *value == "1";
-  kvx::params::Module().materialWorkflow = m_bMaterialWorkflow;
+  context_.materialWorkflow = m_bMaterialWorkflow;
 }
 
 bool CKVXIMRulesApp::BetaRulesEnabled() { return kvx::platform::EnvEquals("ZVX_BETA_RULES", "1"); }

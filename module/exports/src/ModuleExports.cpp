@@ -2,7 +2,8 @@
 // that load no text) and lets no exception out.
 #include "kvx/module/KVXIMRulesExports.h"
 
-#include "RuleCatalogue.h"
+#include "DialogLibrary.h"
+#include "kvx/module/RuleCatalogue.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/framework/RulePointerArray.h"
@@ -11,26 +12,19 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
-#ifdef KVX_WITH_QT
-#include "kvx/ui/qt/RuleDialogs.h"
-#endif
+#include "kvx/res/StringIds.h"
+#include "kvx/rules/KVXIMRuleBase.h"
 
 #define KVX_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
-constexpr const wchar_t* kModuleKey = L"KvxIMRulesValidator";
-constexpr int kModuleDisplayName = 2042;
-constexpr int kModuleName = 2039;
-constexpr int kModuleSummary = 2040;
-
 // The application object lives as long as the library is loaded.
 CKVXIMRulesApp theApp;
 kvx::platform::ModuleApplicationLifetime theAppLifetime(theApp);
 
-#ifdef KVX_WITH_QT
-// The rules' own dialogs are installed through their editor hooks as soon as the library is loaded.
-const bool theDialogsRegistered = (kvx::ui::qt::RegisterRuleDialogs(), true);
-#endif
+// Every rule the module hands out opens its dialogs through this service, which loads the dialog library
+// on the first dialog: a host that opens none loads no toolkit.
+kvx::module::DialogLibrary theDialogs(kvx::params::Module(), theApp.m_csLanguage);
 
 const kvx::platform::ResourceLibrary* Localized() { return kvx::params::Module().localizedResources; }
 
@@ -52,7 +46,7 @@ void Guarded(Body&& body) noexcept {
 
 KVX_MODULE_EXPORT void SetXMLDoc(KvxXMLDocument* doc) {
   Guarded([&] {
-    kvx::params::Module().xmlDocument = doc;
+    if (CKVXIMRulesApp* app = GetModuleApp()) app->Context().xmlDocument = doc;
     kvx::platform::DynamicLibrary* common = GetCommonRulesLibrary();
     if (!common) return;
     if (auto forward = common->Function<SetXMLDocFn>("SetXMLDoc")) forward(doc);
@@ -71,29 +65,32 @@ KVX_MODULE_EXPORT void SetDBModuleList(const KvxStringList* modules) {
 KVX_MODULE_EXPORT void GetModuleName(std::wstring* out) {
   Guarded([&] {
     kvx::platform::ResourceScope scope(Localized());
-    if (out) *out = kvx::platform::LoadResString(kModuleName);
+    if (out) *out = kvx::platform::LoadResString(kvx::res::kModuleName);
   });
 }
 
 KVX_MODULE_EXPORT void GetModuleSummary(std::wstring* out) {
   Guarded([&] {
     kvx::platform::ResourceScope scope(Localized());
-    if (out) *out = kvx::platform::LoadResString(kModuleSummary);
+    if (out) *out = kvx::platform::LoadResString(kvx::res::kModuleSummary);
   });
 }
 
 KVX_MODULE_EXPORT void GetRule(KvxXMLNode* ruleNode, CKvxRule** out) {
   Guarded([&] {
     if (!ruleNode || !out) return;
-    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kModuleKey)) return;
+    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kvx::rules::kModuleKey)) return;
     kvx::platform::ResourceScope scope(Localized());
     std::wstring name;
     ruleNode->GetAttributeValue(L"Name", name);
-    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kModuleKey)) return;
-    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
+    if (!kvx::platform::EqualsNoCase(ModuleAttribute(*ruleNode), kvx::rules::kModuleKey)) return;
+    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kvx::res::kRuleModuleName);
     kvx::module::BuildRuleByName(name, moduleDisplayName, ruleNode, out);
     // Also when *out was set on entry: the object handed in reads the node. Kept as hosts rely on it.
-    if (*out) (*out)->PopulateParametersFromXML(ruleNode);
+    if (*out) {
+      (*out)->PopulateParametersFromXML(ruleNode);
+      (*out)->SetDialogService(&theDialogs);
+    }
   });
 }
 
@@ -101,8 +98,12 @@ KVX_MODULE_EXPORT void GetAllRules(RulePointerArray* rules) {
   Guarded([&] {
     if (!GetModuleApp() || !rules) return;
     kvx::platform::ResourceScope scope(Localized());
-    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kModuleDisplayName);
+    const std::wstring moduleDisplayName = kvx::platform::LoadResString(kvx::res::kRuleModuleName);
+    const int first = rules->GetSize();
     kvx::module::BuildAllRules(moduleDisplayName, *rules);
+    for (int i = first; i < rules->GetSize(); ++i) {
+      if (CKvxRule* rule = rules->GetAt(i)) rule->SetDialogService(&theDialogs);
+    }
   });
 }
 

@@ -10,11 +10,11 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::module {
 
 namespace {
-constexpr int kIllegalParameterType = 2044;
 
 bool IsKnownValueType(const CKvxParamStorage& parameter) {
   const int type = parameter.GetValueType();
@@ -23,7 +23,9 @@ bool IsKnownValueType(const CKvxParamStorage& parameter) {
 
 // Loaded from the localized library itself: the reader and the single-parameter writer run without the
 // writer's resource switch, and the current library may then be none at all (an empty message box).
-void ReportIllegalParameterType() { KvxMessageBox(kvx::params::LoadLocalizedString(kIllegalParameterType)); }
+void ReportIllegalParameterType() {
+  KvxMessageBox(kvx::params::LoadLocalizedString(kvx::res::kIllegalParameterDataType));
+}
 
 // Reads a "%ld" integer attribute; -1 when it is absent or does not parse.
 int ReadIntAttribute(const KvxXMLNode& element, const wchar_t* name) {
@@ -45,12 +47,11 @@ std::wstring FileNameAfterBackslash(const std::wstring& path) {
   const auto pos = path.find_last_of(L'\\');
   return pos == std::wstring::npos ? path : path.substr(pos + 1);
 }
+}  // namespace
 
-// Parameter kinds 0 and 12 are never written.
 bool IsWrittenKind(const CKvxParamStorage& parameter) {
   return parameter.iParameterType != 0 && parameter.iParameterType != 12;
 }
-}  // namespace
 
 std::unique_ptr<KvxXMLNode> WriteRuleParameter(CKvxRule* rule, int index) {
   if (!rule || index < 0 || index >= static_cast<int>(rule->Parameters().size())) return nullptr;

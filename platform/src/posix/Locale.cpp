@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/Text.h"
@@ -43,7 +44,20 @@ std::string StripCodeset(std::string name) {
   if (cut != std::string::npos) name.resize(cut);
   return name;
 }
+
+std::wstring& HostUiLanguageSlot() {
+  static std::wstring language;
+  return language;
+}
 }  // namespace
+
+std::wstring HostUiLanguage() { return HostUiLanguageSlot(); }
+
+UiLanguageScope::UiLanguageScope(std::wstring language) : saved_(std::move(language)) {
+  std::swap(saved_, HostUiLanguageSlot());
+}
+
+UiLanguageScope::~UiLanguageScope() { std::swap(saved_, HostUiLanguageSlot()); }
 
 unsigned UserDefaultLangId() {
   const std::string name = StripCodeset(MessagesLocaleName());
@@ -56,6 +70,13 @@ unsigned UserDefaultLangId() {
     if (language == entry.locale) return entry.id;
   }
   return 1033;
+}
+
+std::wstring LocaleNameOfLangId(unsigned id) {
+  for (const auto& entry : kLangIds) {
+    if (entry.id == id) return Widen(entry.locale);
+  }
+  return L"en";
 }
 
 std::wstring UserDecimalSeparator() {

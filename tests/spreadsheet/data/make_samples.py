@@ -1,13 +1,16 @@
 #!/usr/bin/python3
 """Writes the spreadsheet samples the reader is tested and measured with, using independent writers
-(openpyxl for .xlsx, xlwt for .xls), plus damaged files.
+(openpyxl for .xlsx, xlwt for .xls, gnumeric's ssconvert for one workbook saved in both formats with its
+formula results), plus damaged files.
 
   make_samples.py samples DIR          the small samples and damaged files (committed beside this script)
   make_samples.py big ROWS FILE        a four-column table of ROWS rows under a header row (.xlsx or .xls)
+  make_samples.py seeds DIR            the .xls fuzzer's seeds: small xlwt files, and bare workbook streams
 """
 import datetime
 import os
 import random
+import subprocess
 import sys
 import zipfile
 
@@ -87,6 +90,69 @@ def write_active_xls(path):
     book.save(path)
 
 
+# The mixed workbook: every kind of cell, formulas among them, on the second of three sheets, which is
+# the one the workbook opens on. Column F holds more than ten formulas in a row.
+MIXED = {
+    "A": ["Over", 1, 2.5, -3, 1e-7, 123456.789, "\u00d8 10 \u00b5m \U0001d70b", " a "],
+    "B": [True, False, 4, "=A2>0", 5],
+    "C": [datetime.date(2020, 5, 17), datetime.time(8, 30), datetime.datetime(2021, 1, 2, 3, 4),
+          ("=DATE(2020,1,1)", "yyyy-mm-dd"), 8, (0.25, "0.00%")],
+    "D": ["=1/0", "=NA()", 9, "=A99+1"],
+    "E": ["=A2*2", '="ab"&"cd"', "=A2<0", "=1/0", '=""', "=A3/4", "x"],
+    "F": ["=ROW()*1.5"] * 12 + ["after"],
+}
+
+
+def write_mixed(directory):
+    """Written by openpyxl without formula results, then calculated and saved as .xls and .xlsx by
+    ssconvert, as a spreadsheet application saves them."""
+    source = os.path.join(directory, "mixed-source.xlsx")
+    book = openpyxl.Workbook()
+    first = book.active
+    first.title = "First"
+    first["A1"] = "first sheet"
+    table = book.create_sheet("Table")
+    for letter, cells in MIXED.items():
+        for row, cell in enumerate(cells, start=1):
+            value, number_format = value_and_format(cell)
+            table[f"{letter}{row}"] = value
+            if number_format:
+                table[f"{letter}{row}"].number_format = number_format
+    table["G1"] = "#N/A"
+    table["G1"].data_type = "e"
+    table["G2"] = 7
+    book.create_sheet("Third")["A1"] = "third sheet"
+    book.active = 1
+    first.sheet_view.tabSelected = False
+    table.sheet_view.tabSelected = True
+    book.save(source)
+    try:
+        for name, exporter in (("mixed.xls", "Gnumeric_Excel:excel_biff8"), ("mixed.xlsx", "Gnumeric_Excel:xlsx"),
+                               ("biff5.xls", "Gnumeric_Excel:excel_biff7")):
+            subprocess.run(["ssconvert", "--recalc", "-T", exporter, source, os.path.join(directory, name)],
+                           check=True, stderr=subprocess.DEVNULL)
+    finally:
+        os.remove(source)
+
+
+def write_long_texts(path):
+    """More text than one record holds, so the shared strings go on in continuation records, some of
+    them breaking inside a text whose characters need two bytes."""
+    book = xlwt.Workbook()
+    sheet = book.add_sheet("Texts")
+    for row in range(LONG_TEXT_ROWS):
+        sheet.write(row, 0, long_text(row))
+    book.save(path)
+
+
+LONG_TEXT_ROWS = 300
+
+
+def long_text(row):
+    # Every second text is beyond Latin-1 and is stored with two bytes per character.
+    return f"{row:04d} " + ("\u0416" if row % 2 == 0 else "z") * (20 + row % 17)
+
+
 def write_big(rows, path):
     """A header row, then rows of four distinct numbers, as a tolerance table grows."""
     header = ["Over", "Upto", "A value", "B value"]
@@ -126,6 +192,23 @@ def write_damaged(directory):
         open(os.path.join(directory, name), "wb").close()
 
 
+def write_seeds(directory):
+    """The cell kinds xlwt writes, as whole files and as the bare workbook streams inside them (which the
+    fuzzer also reads without their container)."""
+    book = xlwt.Workbook()
+    sheet = book.add_sheet("Kinds")
+    book.add_sheet("Other").write(0, 0, "other")
+    for row, value in enumerate(["text", 2.5, 7, -123456, True, xlwt.Formula("A2*2"), "\u0416"]):
+        sheet.write(row, 0, value)
+    sheet.write(0, 1, datetime.date(2020, 5, 17), xlwt.easyxf(num_format_str="yyyy-mm-dd"))
+    sheet.write_merge(1, 2, 1, 2, "merged")
+    book.active_sheet = 0
+    book.save(os.path.join(directory, "kinds.xls"))
+    with open(os.path.join(directory, "kinds.biff"), "wb") as out:
+        out.write(book.get_biff_data())
+    write_active_xls(os.path.join(directory, "active.xls"))
+
+
 def main(argv):
     if len(argv) == 3 and argv[1] == "samples":
         directory = argv[2]
@@ -134,6 +217,11 @@ def main(argv):
         write_active_xlsx(os.path.join(directory, "active.xlsx"))
         write_active_xls(os.path.join(directory, "active.xls"))
         write_damaged(directory)
+        write_mixed(directory)
+        write_long_texts(os.path.join(directory, "texts.xls"))
+        return 0
+    if len(argv) == 3 and argv[1] == "seeds":
+        write_seeds(argv[2])
         return 0
     if len(argv) == 4 and argv[1] == "big":
         write_big(int(argv[2]), argv[3])

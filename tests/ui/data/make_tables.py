@@ -19,6 +19,8 @@ TABLES = {
     "upto-zero.xlsx": [[0, 3, 0.1, 0.002], [3, 0, 0.12, 0.0025], [6, 10, 0.15, 0.003]],
     # a row without Over ends the table; the rows below it are not part of it
     "early-stop.xlsx": [[0, 3, 0.1, 0.002], [3, 6, 0.12, 0.0025], [None, None, None, None], [6, 10, 0.15, 0.003]],
+    # an Over written as text that the decimal reader would take as 1: the whole sheet is refused
+    "over-text.xlsx": [[0, 3, 0.1, 0.002], ["1e3", 6, 0.12, 0.0025]],
     # only the header
     "header-only.xlsx": [],
 }

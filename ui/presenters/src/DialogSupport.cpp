@@ -27,4 +27,11 @@ int ApplySeverityChoice(CKvxRule& rule, const std::vector<std::wstring>& names, 
   return selected;
 }
 
+std::wstring WithDecimalPoint(const std::wstring& text, const std::wstring& separator) {
+  if (separator.empty() || separator == L"." || text.find(L'.') != std::wstring::npos) return text;
+  std::wstring result = text;
+  if (const size_t at = result.find(separator); at != std::wstring::npos) result.replace(at, separator.size(), L".");
+  return result;
+}
+
 }  // namespace kvx::ui

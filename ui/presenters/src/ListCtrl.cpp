@@ -153,8 +153,9 @@ bool CKVXListCtrl::DeleteSelectedRow() {
   const int row = selected_;
   if (row < 0 || row >= RowCount() || IsProtectedRow(row)) return false;
   if (editing_) CancelEdit();
+  const Row removed = rows_[static_cast<size_t>(row)];
   RemoveRow(row);
-  OnRowDeleted(row);
+  OnRowDeleted(row, removed);
   return true;
 }
 
@@ -185,7 +186,7 @@ void CKVXListCtrl::OnEditFinished(int row, int column, const std::wstring& text)
 }
 
 void CKVXListCtrl::OnRowSelected(int /*row*/) {}
-void CKVXListCtrl::OnRowDeleted(int /*row*/) {}
+void CKVXListCtrl::OnRowDeleted(int /*row*/, const Row& /*removed*/) {}
 
 void CKVXListCtrl::Notify(const std::wstring& material, int code) const {
   if (notify_) notify_(material, code);

@@ -23,8 +23,9 @@ int IndexOfText(const std::vector<std::wstring>& texts, const std::wstring& text
 
 IMinRibClearanceDlgView::~IMinRibClearanceDlgView() = default;
 
-CKVXIMMinRibClearanceDlg::CKVXIMMinRibClearanceDlg(CKvxRule* rule, kvx::platform::Picture picture)
-    : rule_(rule), picture_(std::move(picture)) {}
+CKVXIMMinRibClearanceDlg::CKVXIMMinRibClearanceDlg(CKvxRule* rule, kvx::platform::Picture picture,
+                                                   std::wstring decimalSeparator)
+    : rule_(rule), picture_(std::move(picture)), decimalSeparator_(std::move(decimalSeparator)) {}
 
 void CKVXIMMinRibClearanceDlg::Open() {
   if (!rule_) return;
@@ -56,7 +57,13 @@ void CKVXIMMinRibClearanceDlg::SelectSeverity(int index) {
   if (index >= -1 && index < static_cast<int>(severityNames_.size())) selectedSeverity_ = index;
 }
 
-bool CKVXIMMinRibClearanceDlg::AcceptsValueText(const std::wstring& text) { return kvx::params::IsNumeric(text); }
+bool CKVXIMMinRibClearanceDlg::AcceptsValueText(const std::wstring& text, const std::wstring& decimalSeparator) {
+  return kvx::params::IsNumeric(WithDecimalPoint(text, decimalSeparator));
+}
+
+void CKVXIMMinRibClearanceDlg::SetValueText(const std::wstring& text) {
+  valueText_ = WithDecimalPoint(text, decimalSeparator_);
+}
 
 void CKVXIMMinRibClearanceDlg::OnOK() {
   if (!rule_) return;

@@ -1,6 +1,7 @@
 #include "kvx/ui/RecMoldTolListCtrl.h"
 
 #include "kvx/params/ValueUtils.h"
+#include "kvx/ui/DialogSupport.h"
 
 namespace kvx::ui {
 
@@ -53,14 +54,17 @@ CKVXListCtrl::Row KVXRecMoldTolListCtrl::PlaceholderRow() const { return Row{pla
 
 bool KVXRecMoldTolListCtrl::AcceptsText(int column, const std::wstring& text) const {
   if (!CKVXListCtrl::AcceptsText(column, text)) return false;
-  return kind_ == Kind::MaterialList || kvx::params::IsNumeric(text);
+  return kind_ == Kind::MaterialList || kvx::params::IsNumeric(WithPoint(text));
+}
+
+std::wstring KVXRecMoldTolListCtrl::WithPoint(const std::wstring& text) const {
+  return WithDecimalPoint(text, decimalSeparator_);
 }
 
 bool KVXRecMoldTolListCtrl::CanEdit(int row, int column) const {
   if (row < 0 || row >= RowCount() || column < 0 || column >= ColumnCount()) return false;
   if (kind_ == Kind::ToleranceTable) return true;
-  // A material's name is its key in the table, so only the add-material row's name is typed here.
-  return column == 0 && IsAddMaterialRow(row);
+  return column == 0 && (IsAddMaterialRow(row) || !CellText(row, 0).empty());
 }
 
 bool KVXRecMoldTolListCtrl::RefuseEdit(int /*row*/, int /*column*/) {
@@ -74,13 +78,20 @@ std::wstring KVXRecMoldTolListCtrl::InitialEditText(int row, int column) const {
 }
 
 bool KVXRecMoldTolListCtrl::IsProtectedRow(int row) const {
-  return kind_ == Kind::MaterialList || IsPlaceholderRow(row);
+  if (kind_ == Kind::ToleranceTable) return IsPlaceholderRow(row);
+  // While a name is edited, Delete is meant for that material and no other.
+  return IsAddMaterialRow(row) || (IsEditing() && EditCell().row != row);
 }
 
 void KVXRecMoldTolListCtrl::OnEditFinished(int row, int column, const std::wstring& text) {
   if (kind_ == Kind::MaterialList) {
     const std::wstring name = Trimmed(text);
-    if (IsAddMaterialRow(row) && !name.empty()) Notify(name, kAddMaterialCode);
+    if (IsAddMaterialRow(row)) {
+      if (!name.empty()) Notify(name, kAddMaterialCode);
+      return;
+    }
+    // The dialog decides whether the name is taken and shows the list again.
+    if (name != CellText(row, 0) && rename_) rename_(CellText(row, 0), name);
     return;
   }
   if (IsPlaceholderRow(row)) {
@@ -89,7 +100,7 @@ void KVXRecMoldTolListCtrl::OnEditFinished(int row, int column, const std::wstri
     SetCellText(row, 0, std::wstring());
     InsertRow(row + 1, PlaceholderRow());
   }
-  SetCellText(row, column, text);
+  SetCellText(row, column, WithPoint(text));
   Notify(std::wstring(), Id());
 }
 
@@ -99,8 +110,9 @@ void KVXRecMoldTolListCtrl::OnRowSelected(int row) {
   if (!name.empty()) Notify(name, Id());
 }
 
-void KVXRecMoldTolListCtrl::OnRowDeleted(int /*row*/) {
+void KVXRecMoldTolListCtrl::OnRowDeleted(int /*row*/, const Row& removed) {
   if (kind_ == Kind::ToleranceTable) Notify(std::wstring(), Id());
+  if (kind_ == Kind::MaterialList && !removed.empty() && !removed[0].empty()) Notify(removed[0], kDeleteMaterialCode);
 }
 
 }  // namespace kvx::ui

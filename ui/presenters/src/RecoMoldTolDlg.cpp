@@ -7,6 +7,7 @@
 #include "kvx/params/ResourceText.h"
 #include "kvx/params/Spreadsheet.h"
 #include "kvx/params/ValueUtils.h"
+#include "kvx/platform/Locale.h"
 #include "kvx/platform/Text.h"
 #include "kvx/res/PictureIds.h"
 #include "kvx/res/StringIds.h"
@@ -30,11 +31,32 @@ std::wstring Trimmed(const std::wstring& text) {
   return text.substr(first, last - first + 1);
 }
 
-// The decimal reader takes the leading digits of any text, so a value counts as greater than 0 only when
-// its whole text is a plain decimal number ("-3" or "3 mm" do not).
-bool IsPositiveNumber(const std::wstring& text) {
+// The decimal reader takes the leading digits of any text, so only a whole text of digits with at most one
+// point is read as what it says ("-3", "1e3", "3 mm" and "1.2.3" are not).
+bool IsPlainNumber(const std::wstring& text) {
   const std::wstring trimmed = Trimmed(text);
-  return !trimmed.empty() && kvx::params::IsNumeric(trimmed) && kvx::params::ToDouble(trimmed) > 0.0;
+  return trimmed.find_first_of(L"0123456789") != std::wstring::npos && kvx::params::IsNumeric(trimmed) &&
+         std::count(trimmed.begin(), trimmed.end(), L'.') <= 1;
+}
+
+bool IsPositiveNumber(const std::wstring& text) {
+  return IsPlainNumber(text) && kvx::params::ToDouble(Trimmed(text)) > 0.0;
+}
+
+bool IsComplete(const ToleranceRow& row) {
+  return std::ranges::none_of(kFields, [&](auto field) { return row.*field == kMissingValue; });
+}
+
+bool SameRows(const std::vector<ToleranceRow>& a, const std::vector<ToleranceRow>& b) {
+  return std::ranges::equal(a, b, [](const ToleranceRow& x, const ToleranceRow& y) {
+    return std::ranges::all_of(kFields, [&](auto field) { return x.*field == y.*field; });
+  });
+}
+
+// The material of `map` whose name equals `name` without regard to case, or the end.
+CKVXRecoMoldTolDlg::MaterialMap::const_iterator FindNoCase(const CKVXRecoMoldTolDlg::MaterialMap& map,
+                                                          const std::wstring& name) {
+  return std::ranges::find_if(map, [&](const auto& entry) { return kvx::platform::EqualsNoCase(entry.first, name); });
 }
 
 std::wstring Cell(const std::vector<std::vector<std::wstring>>& columns, size_t column, size_t row) {
@@ -72,6 +94,8 @@ CKVXRecoMoldTolDlg::CKVXRecoMoldTolDlg(CKVXRecoMoldTolRule* rule, IFileDialog& f
   materials_.SetNotification(notify);
   table_.SetNotification(notify);
   table_.SetEditGuard([this] { return RefuseTableEdit(); });
+  table_.SetDecimalSeparator(kvx::platform::UserDecimalSeparator());
+  materials_.SetRenameHandler([this](const std::wstring& from, const std::wstring& to) { RenameMaterial(from, to); });
 }
 
 void CKVXRecoMoldTolDlg::Open() {
@@ -92,8 +116,12 @@ void CKVXRecoMoldTolDlg::Open() {
   if (view_) view_->ShowSeverity(selectedSeverity_);
 
   materialMap_.clear();
+  nameHeldTwice_.clear();
   std::wstring active;
   for (const auto& constraint : rule_->Constraints()) {
+    if (FindNoCase(materialMap_, constraint->csName) != materialMap_.end() && nameHeldTwice_.empty()) {
+      nameHeldTwice_ = constraint->csName;
+    }
     materialMap_.emplace(constraint->csName, CKVXRecoMoldTolRule::RowsOf(*constraint));
     if (active.empty() && constraint->bStatus) active = constraint->csName;
   }
@@ -103,6 +131,8 @@ void CKVXRecoMoldTolDlg::Open() {
   const auto current = materialMap_.find(currentMaterial_);
   ShowTable(current != materialMap_.end() ? current->second : std::vector<ToleranceRow>{});
   materials_.SelectRow(materials_.RowOfMaterial(currentMaterial_));
+  openedMap_ = materialMap_;
+  openedMaterial_ = currentMaterial_;
 }
 
 void CKVXRecoMoldTolDlg::OnMaterialNotification(const std::wstring& material, int code) {
@@ -110,6 +140,7 @@ void CKVXRecoMoldTolDlg::OnMaterialNotification(const std::wstring& material, in
     case kAddMaterialCode:
       if (!material.empty()) AddMaterial(material);
       return;
+    case kDeleteMaterialCode: DeleteMaterial(material); return;
     case kMaterialListId:
     case kSelectMaterialCode: SelectMaterial(material); return;
     case kToleranceTableId:
@@ -127,10 +158,11 @@ void CKVXRecoMoldTolDlg::SelectSeverity(int index) {
 
 void CKVXRecoMoldTolDlg::AddMaterial(const std::wstring& material) {
   kvx::platform::ResourceScope resources(kvx::params::Module().localizedResources);
-  if (materialMap_.contains(material)) {
-    KvxMessageBox(kvx::params::FormatText(LoadLocalizedString(kvx::res::kMaterialAlreadyListed), material),
+  // Names that differ only in case are one material to the user (and to the rules' lookups).
+  if (const auto listed = FindNoCase(materialMap_, material); listed != materialMap_.end()) {
+    KvxMessageBox(kvx::params::FormatText(LoadLocalizedString(kvx::res::kMaterialAlreadyListed), listed->first),
                   kMessageCaption, KvxMessageIcon::Exclamation);
-    SelectMaterial(material);
+    SelectMaterial(listed->first);
     return;
   }
   table_.CommitEdit();
@@ -140,6 +172,45 @@ void CKVXRecoMoldTolDlg::AddMaterial(const std::wstring& material) {
   ShowMaterialList();
   materials_.SelectRow(materials_.RowOfMaterial(material));
   table_.AppendBlankRowsIfShort(kBlankRowThreshold, kBlankRowThreshold);
+}
+
+void CKVXRecoMoldTolDlg::DeleteMaterial(const std::wstring& material) {
+  if (materialMap_.erase(material) == 0) return;
+  if (material == currentMaterial_) {
+    table_.CancelEdit();
+    currentMaterial_ = materialMap_.empty() ? std::wstring() : materialMap_.begin()->first;
+  }
+  ShowCurrentMaterial();
+}
+
+void CKVXRecoMoldTolDlg::RenameMaterial(const std::wstring& from, const std::wstring& to) {
+  const auto entry = materialMap_.find(from);
+  if (entry == materialMap_.end()) return;
+  kvx::platform::ResourceScope resources(kvx::params::Module().localizedResources);
+  const auto taken = FindNoCase(materialMap_, to);
+  if (to.empty() || (taken != materialMap_.end() && taken != entry)) {
+    if (!to.empty()) {
+      KvxMessageBox(kvx::params::FormatText(LoadLocalizedString(kvx::res::kMaterialAlreadyListed), taken->first),
+                    kMessageCaption, KvxMessageIcon::Exclamation);
+    }
+    ShowMaterialList();  // the old name again
+    materials_.SelectRow(materials_.RowOfMaterial(currentMaterial_));
+    return;
+  }
+  table_.CommitEdit();
+  auto rows = std::move(entry->second);
+  materialMap_.erase(entry);
+  materialMap_.emplace(to, std::move(rows));
+  if (currentMaterial_ == from) currentMaterial_ = to;
+  ShowCurrentMaterial();
+}
+
+// The material list, and the current material's rows in the table.
+void CKVXRecoMoldTolDlg::ShowCurrentMaterial() {
+  ShowMaterialList();
+  const auto current = materialMap_.find(currentMaterial_);
+  ShowTable(current != materialMap_.end() ? current->second : std::vector<ToleranceRow>{});
+  materials_.SelectRow(materials_.RowOfMaterial(currentMaterial_));
 }
 
 void CKVXRecoMoldTolDlg::SelectMaterial(const std::wstring& material) {
@@ -214,12 +285,60 @@ bool CKVXRecoMoldTolDlg::CheckTable() const {
   return true;
 }
 
+// Every complete band of every material: Up to above Over, A and B above 0, no two bands overlapping.
+bool CKVXRecoMoldTolDlg::CheckBands() const {
+  using kvx::params::DoubleToShortText;
+  using kvx::params::FormatText;
+  kvx::platform::ResourceScope resources(kvx::params::Module().localizedResources);
+  for (const auto& [material, rows] : materialMap_) {
+    std::vector<ToleranceRow> bands;
+    std::ranges::copy_if(rows, std::back_inserter(bands), IsComplete);
+    for (const ToleranceRow& band : bands) {
+      if (band.dUpto <= band.dOver) {
+        KvxMessageBox(FormatText(LoadLocalizedString(kvx::res::kToleranceBandNotAscending), material,
+                                 DoubleToShortText(band.dOver)), kMessageCaption, KvxMessageIcon::Exclamation);
+        return false;
+      }
+      if (band.dAVal <= 0.0 || band.dBVal <= 0.0) {
+        KvxMessageBox(LoadLocalizedString(kvx::res::kToleranceValueNotPositive), kMessageCaption,
+                      KvxMessageIcon::Exclamation);
+        return false;
+      }
+    }
+    std::ranges::sort(bands, {}, &ToleranceRow::dOver);
+    for (size_t i = 1; i < bands.size(); ++i) {
+      if (bands[i].dOver >= bands[i - 1].dUpto) continue;
+      KvxMessageBox(FormatText(LoadLocalizedString(kvx::res::kToleranceBandsOverlap), material,
+                               DoubleToShortText(bands[i - 1].dOver), DoubleToShortText(bands[i].dOver)),
+                    kMessageCaption, KvxMessageIcon::Exclamation);
+      return false;
+    }
+  }
+  return true;
+}
+
+bool CKVXRecoMoldTolDlg::Unchanged() const {
+  return currentMaterial_ == openedMaterial_ &&
+         std::ranges::equal(materialMap_, openedMap_, [](const auto& a, const auto& b) {
+           return a.first == b.first && SameRows(a.second, b.second);
+         });
+}
+
 bool CKVXRecoMoldTolDlg::OnOK() {
   materials_.CommitEdit();
   table_.CommitEdit();
   if (!rule_) return true;
+  if (!nameHeldTwice_.empty()) {
+    kvx::platform::ResourceScope resources(kvx::params::Module().localizedResources);
+    KvxMessageBox(kvx::params::FormatText(LoadLocalizedString(kvx::res::kMaterialNamedTwice), nameHeldTwice_),
+                  kMessageCaption, KvxMessageIcon::Exclamation);
+    return false;
+  }
   if (!CheckTable()) return false;
-  WriteBack();
+  if (!Unchanged()) {
+    if (!CheckBands()) return false;
+    WriteBack();
+  }
   const int shown = ApplySeverityChoice(*rule_, severityNames_, selectedSeverity_);
   if (shown != selectedSeverity_) {
     selectedSeverity_ = shown;
@@ -257,7 +376,8 @@ ImportResult CKVXRecoMoldTolDlg::ImportSpreadsheet() {
     KvxMessageBox(error.empty() ? LoadLocalizedString(kvx::res::kSpreadsheetAppMissing) : error);
     return ImportResult::ReadFailed;
   }
-  const SheetCheck check = CheckSheetRows(sheet, LoadLocalizedString(kvx::res::kToleranceValueNotPositive));
+  const SheetCheck check = CheckSheetRows(sheet, LoadLocalizedString(kvx::res::kToleranceValueNotPositive),
+                                         LoadLocalizedString(kvx::res::kSheetOverNotANumber));
   if (!check.passed) return ImportResult::Refused;
 
   // The table ends at the first row without Over, as a sheet's table ends at its first blank line; what
@@ -277,7 +397,7 @@ ImportResult CKVXRecoMoldTolDlg::ImportSpreadsheet() {
 }
 
 SheetCheck CKVXRecoMoldTolDlg::CheckSheetRows(const std::vector<std::vector<std::wstring>>& columns,
-                                              const std::wstring& message) {
+                                              const std::wstring& message, const std::wstring& overFormat) {
   size_t rowCount = 0;
   for (const auto& column : columns) rowCount = std::max(rowCount, column.size());
   SheetCheck check;
@@ -285,6 +405,11 @@ SheetCheck CKVXRecoMoldTolDlg::CheckSheetRows(const std::vector<std::vector<std:
     if (Cell(columns, 0, r).empty()) {
       check.passed = true;
       check.stoppedEarly = true;
+      check.endRow = r;
+      return check;
+    }
+    if (!IsPlainNumber(Cell(columns, 0, r))) {
+      KvxMessageBox(kvx::params::FormatText(overFormat, std::to_wstring(r + 1)));
       check.endRow = r;
       return check;
     }

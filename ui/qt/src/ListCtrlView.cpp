@@ -4,7 +4,9 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QValidator>
+#include <algorithm>
 #include <optional>
 
 #include "kvx/framework/gui/QtUiServices.h"
@@ -170,7 +172,7 @@ ListCtrlView::ListCtrlView(CKVXListCtrl& list, QWidget* parent)
   verticalHeader()->hide();
   verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
   horizontalHeader()->setStretchLastSection(false);
-  for (int column = 0; column < list.ColumnCount(); ++column) setColumnWidth(column, list.ColumnWidth(column));
+  FitColumns();
   connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
           [this](const QModelIndex& current, const QModelIndex&) {
             if (!syncingSelection_) list_.SelectRow(current.isValid() ? current.row() : -1);
@@ -184,6 +186,7 @@ QLineEdit* ListCtrlView::Editor() const { return list_.IsEditing() ? delegate_->
 
 void ListCtrlView::EndReset() {
   model_->EndReset();
+  FitColumns();
   ApplySelection(list_.SelectedRow());
 }
 
@@ -200,6 +203,20 @@ void ListCtrlView::EditStarted(CellPosition cell) {
 void ListCtrlView::EditEnded() { delegate_->CloseEditor(); }
 
 void ListCtrlView::SelectionChanged(int row) { ApplySelection(row); }
+
+void ListCtrlView::FitColumns() {
+  for (int column = 0; column < list_.ColumnCount(); ++column) {
+    setColumnWidth(column, std::max({list_.ColumnWidth(column), sizeHintForColumn(column),
+                                     horizontalHeader()->sectionSizeHint(column)}));
+  }
+  updateGeometry();
+}
+
+QSize ListCtrlView::minimumSizeHint() const {
+  int width = 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
+  for (int column = 0; column < model_->columnCount(); ++column) width += columnWidth(column);
+  return {width, QTableView::minimumSizeHint().height()};
+}
 
 void ListCtrlView::ApplySelection(int row) {
   syncingSelection_ = true;

@@ -16,15 +16,6 @@
 
 namespace kvx::ui::qt {
 
-namespace {
-// The width a list needs to show its columns without a horizontal scroll bar.
-int ListWidth(const CKVXListCtrl& list) {
-  int width = 0;
-  for (int column = 0; column < list.ColumnCount(); ++column) width += list.ColumnWidth(column);
-  return width + 24;
-}
-}  // namespace
-
 RecoMoldTolDialog::RecoMoldTolDialog(CKVXRecoMoldTolDlg& presenter, QWidget* parent)
     : QDialog(parent), presenter_(presenter) {
   setObjectName(QStringLiteral("RecoMoldTolDialog"));
@@ -32,10 +23,8 @@ RecoMoldTolDialog::RecoMoldTolDialog(CKVXRecoMoldTolDlg& presenter, QWidget* par
 
   materials_ = new ListCtrlView(presenter.MaterialList(), this);
   materials_->setObjectName(QStringLiteral("materialList"));
-  materials_->setMinimumWidth(ListWidth(presenter.MaterialList()));
   table_ = new ListCtrlView(presenter.ToleranceTable(), this);
   table_->setObjectName(QStringLiteral("toleranceTable"));
-  table_->setMinimumWidth(ListWidth(presenter.ToleranceTable()));
 
   severity_ = new QComboBox(this);
   severity_->setObjectName(QStringLiteral("severity"));
@@ -67,7 +56,8 @@ RecoMoldTolDialog::RecoMoldTolDialog(CKVXRecoMoldTolDlg& presenter, QWidget* par
 
   // The captions stand over the table's two halves: the band (Over, Up to) and its tolerance (A, B).
   auto* captions = new QHBoxLayout();
-  nominalCaption_->setFixedWidth(2 * CKVXRecoMoldTolDlg::kColumnWidth);
+  // At least as wide as the band's two columns, wider when its text needs it: never cut.
+  nominalCaption_->setMinimumWidth(table_->columnWidth(0) + table_->columnWidth(1));
   captions->addWidget(nominalCaption_);
   captions->addWidget(toleranceCaption_, 1);
 

@@ -61,4 +61,8 @@ std::unique_ptr<CKvxParamStorage> MakeParamStorage(Type_e valueType, long id, Kv
 // The double values of `parameter`, or null when it holds another type (or is null).
 std::vector<double>* DoubleValues(CKvxParamStorage* parameter);
 
+// True when a parameter with operator `op` and `count` values loses them on writing: a range operator with
+// 1, 5, 7, 11, ... values. An odd test, kept exactly, because stored rule sets were written by it.
+bool WritingDropsRange(int op, size_t count);
+
 }  // namespace kvx::params

@@ -48,12 +48,6 @@ std::vector<std::wstring> SeverityNames();
 // The severity name of a severity code (0 to 4); empty for another code.
 std::wstring SeverityCodeToName(int code);
 
-// --- Languages ---------------------------------------------------------------------------------
-// Windows language identifier of a product language name, ignoring case; 1033 for an unknown name.
-unsigned LanguageNameToId(const std::wstring& name);
-// Product language name of a Windows language identifier; "english" for an unknown identifier.
-std::wstring LanguageIdToName(unsigned id);
-
 // --- Environment and system probes -------------------------------------------------------------
 // True only when KORVEX_PRIORITY_DEV exists and is exactly "1".
 bool IsPriorityDevelopment();

@@ -38,6 +38,9 @@ constexpr int kRuleModuleName = 2042;            // module display name handed t
 constexpr int kOrEqualTo = 2043;                 // inserted after "less than"/"greater than"; starts with a space
 constexpr int kIllegalParameterDataType = 2044;  // message: a parameter's value type is outside 1..8
 constexpr int kDefaultConstraintName = 2827;     // name of the default constraint; "Default" in every language
+// The text of kDefaultConstraintName in every table: saved rule sets store it, and summaries find the default
+// constraint by it without loading a library.
+inline constexpr const wchar_t* kDefaultConstraintText = L"Default";
 
 // ---- Rule names (key names come from the English library; the others are only shown) ------------
 constexpr int kBossBaseRadiusRuleName = 2056;
@@ -124,5 +127,78 @@ constexpr int kSpreadsheetEmptyColumns = 2535;     // format: the empty columns'
 // ---- Database directory check --------------------------------------------------------------------
 constexpr int kDatabaseDirNotUsable = 2856;  // the directory or its files cannot be written
 constexpr int kDatabaseDirUsable = 2857;     // the directory and its files can be written
+
+// ---- Common rules: summaries (format: one limit text per parameter, in parameter order) ----------
+constexpr int kBossBaseRadiusSummary = 3200;
+constexpr int kBossTipRadiusSummary = 3201;
+constexpr int kDraftAngleSummary = 3202;
+constexpr int kRibParametersSummary = 3203;
+constexpr int kUndercutDetectionSummary = 3204;
+constexpr int kMouldedWallThicknessSummary = 3205;
+constexpr int kWallThicknessVariationSummary = 3206;
+constexpr int kSuddenWallThicknessVariationSummary = 3207;
+constexpr int kUniformThicknessSummary = 3208;
+constexpr int kCorePinDiameterSummary = 3209;
+constexpr int kRibBaseRadiusSummary = 3210;
+constexpr int kUndercutInterferenceSummary = 3211;
+constexpr int kVariableDraftAngleSummary = 3212;
+constexpr int kBossParametersSummary = 3213;
+
+// ---- Common rules: one limit as a summary shows it --------------------------------------------
+constexpr int kLimitLessThan = 3220;     // format: value with unit
+constexpr int kLimitAtMost = 3221;       // format: value with unit
+constexpr int kLimitMoreThan = 3222;     // format: value with unit
+constexpr int kLimitAtLeast = 3223;      // format: value with unit
+constexpr int kLimitBetween = 3224;      // format: lower value, upper value (each with unit)
+constexpr int kSwitchOn = 3225;
+constexpr int kSwitchOff = 3226;
+constexpr int kLimitNotSet = 3227;
+
+// ---- Common rules: parameters (each parameter's id is also the id of its name) ----------------
+constexpr int kBossBaseRadiusMinParam = 3010;
+constexpr int kBossBaseRadiusMaxParam = 3011;
+constexpr int kBossTipRadiusMinParam = 3020;
+constexpr int kDraftPerSideParam = 3030;
+constexpr int kDraftTexturedParam = 3031;
+constexpr int kRibThicknessRatioParam = 3040;
+constexpr int kRibHeightRatioParam = 3041;
+constexpr int kRibDraftParam = 3042;
+constexpr int kRibSpacingRatioParam = 3043;
+constexpr int kDetectUndercutsParam = 3050;
+constexpr int kUndercutDepthParam = 3051;
+constexpr int kWallThicknessMinParam = 3060;
+constexpr int kWallThicknessMaxParam = 3061;
+constexpr int kThicknessVariationParam = 3070;
+constexpr int kTransitionLengthParam = 3071;
+constexpr int kSuddenThicknessChangeParam = 3080;
+constexpr int kThicknessDeviationParam = 3090;
+constexpr int kNominalThicknessParam = 3091;
+constexpr int kCorePinDiameterParam = 3100;
+constexpr int kCorePinLengthParam = 3101;
+constexpr int kRibBaseRadiusMinParam = 3110;
+constexpr int kRibBaseRadiusMaxParam = 3111;
+constexpr int kCheckInterferenceParam = 3120;
+constexpr int kSideActionClearanceParam = 3121;
+constexpr int kShallowFaceDraftParam = 3130;
+constexpr int kShallowFaceDepthParam = 3131;
+constexpr int kDeepFaceDraftParam = 3132;
+constexpr int kBossOuterDiameterParam = 3140;
+constexpr int kBossWallRatioParam = 3141;
+constexpr int kBossHeightRatioParam = 3142;
+
+// ---- Generic rule dialog ----------------------------------------------------------------------
+constexpr int kRangeTo = 3240;                // between a range's two values: dialog fields, rib tip summary
+constexpr int kParameterEnabled = 3241;       // check box of a limit that can be switched off
+constexpr int kUnnamedParameter = 3242;       // format: the parameter's id
+constexpr int kValueNotANumber = 3243;        // format: the parameter's name
+constexpr int kValueOutOfRange = 3244;        // format: the parameter's name, lowest, highest value
+constexpr int kValueBelowZero = 3245;         // format: the parameter's name
+constexpr int kRangeUpperBelowLower = 3246;   // format: the parameter's name
+
+// ---- Checks of the tolerance table before it is kept ------------------------------------------------
+constexpr int kToleranceBandNotAscending = 2858;  // format: material name, the band's Over text
+constexpr int kToleranceBandsOverlap = 2859;      // format: material name, the two bands' Over texts
+constexpr int kMaterialNamedTwice = 2860;         // format: material name (names compared without case)
+constexpr int kSheetOverNotANumber = 2861;        // format: the sheet's row number
 
 }  // namespace kvx::res

@@ -2,11 +2,11 @@
 // The recommended moulding tolerance rule: a table of tolerance bands per material and nothing to check on
 // the model. The table is the rule's constraint list, one constraint per material in name order, each with
 // four array parameters (Over, Up to, A value, B value); row i of a material is element i of each array.
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "kvx/res/StringIds.h"
 #include "kvx/rules/KVXIMRuleBase.h"
 
 class KvxXMLNode;
@@ -22,10 +22,10 @@ struct ToleranceRow {
 class CKVXRecoMoldTolRule : public CKVXIMRuleBase {
  public:
   static constexpr int kRuleId = 12174;
-  static constexpr long kOverParam = 2517;  // lower bound of the nominal-dimension band
-  static constexpr long kUptoParam = 2518;  // upper bound of the band
-  static constexpr long kAValParam = 2519;  // tolerance coefficient A
-  static constexpr long kBValParam = 2520;  // tolerance coefficient B
+  static constexpr long kOverParam = kvx::res::kToleranceOverParam;
+  static constexpr long kUptoParam = kvx::res::kToleranceUptoParam;
+  static constexpr long kAValParam = kvx::res::kToleranceAValueParam;
+  static constexpr long kBValParam = kvx::res::kToleranceBValueParam;
   static constexpr int kMaterialConstraintKind = 1;
 
   // Reads the table from the "Constraint" children of `ruleNode`, or from the material database when it is
@@ -68,9 +68,3 @@ class CKVXRecoMoldTolRule : public CKVXIMRuleBase {
  private:
   void ReadConstraintsFromXML(KvxXMLNode* node);
 };
-
-// The tolerance dialog: edits `rule` modally, showing values in the unit `unitText`; KVX_IDOK when accepted.
-using RecoMoldTolEditor = std::function<int(CKVXRecoMoldTolRule& rule, const std::wstring& unitText)>;
-// Installs the dialog that EditRule opens (empty: none, EditRule falls back to ConfigureRule); returns the
-// one installed before.
-RecoMoldTolEditor SetRecoMoldTolEditor(RecoMoldTolEditor editor);

@@ -104,11 +104,13 @@ struct RuleDefinition {
   std::vector<ParameterDefinition> parameters{};  // in ascending id order
   SummaryDefinition summary{};
   UnitChangeDefinition unitChange{};
-  bool materialWorkflow = true;     // keeps a default constraint, reads constraints, reports the workflow switch
-  bool summaryOnInitialise = true;  // the summary is built when the parameters are created
-  bool stopOnIncompleteConstraint = false;  // reading stops when a constraint lacks one of the parameters
+  bool materialWorkflow = true;  // keeps a default constraint, reads constraints, reports the workflow switch
   int executeResult = 0;
   bool ignoresAssemblyStatus = false;  // SetRuleStatusForAssemblyModel leaves the status alone
+
+  // --- each kept for exactly one rule; every other rule leaves them as they are ---
+  bool summaryOnInitialise = true;          // the summary is built when the parameters are created
+  bool stopOnIncompleteConstraint = false;  // reading stops when a constraint lacks one of the parameters
 };
 
 }  // namespace kvx::rules

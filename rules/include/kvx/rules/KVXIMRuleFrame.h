@@ -70,6 +70,7 @@ class CKVXIMRuleFrame : public CKVXIMRuleBase {
   void ReloadConstraints(KvxXMLNode* node);
   std::wstring UnitText(kvx::rules::UnitKind kind) const;
   void RefreshUnitTexts();
+  void KeepLimitsThatWereRead();
 
   // --- summary ---
   bool FillFromOwnParameters(std::vector<SlotTexts>& texts);

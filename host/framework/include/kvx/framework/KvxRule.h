@@ -12,6 +12,7 @@
 #include "kvx/framework/KvxTypes.h"
 #include "kvx/platform/Resources.h"
 
+class IKvxRuleDialogService;
 class KvxXMLDocument;
 class KvxXMLNode;
 
@@ -32,7 +33,8 @@ class KVX_FRAMEWORK_API CKvxRule {
   virtual void UpdateRule(const RuleUnitSystemStructure* from, const RuleUnitSystemStructure* to);
   virtual bool UpdateRule(CKvxRule* other);
   virtual void EditRule();
-  // Opens the framework's generic rule dialog; KVX_IDCANCEL (after telling the user) when none is available.
+  // Opens the rule's dialog through its dialog service: KVX_IDOK when the user accepted, KVX_IDCANCEL
+  // otherwise; without a service it tells the user that no dialog is available.
   virtual int ConfigureRule(const kvx::platform::Picture& picture);
   virtual void SetDialogImageInfo(const std::wstring& info);
   virtual int Import(KvxXMLDocument* document, KvxXMLNode* node, const CKvxData*& data, KVXICadSys* cad,
@@ -71,6 +73,15 @@ class KVX_FRAMEWORK_API CKvxRule {
   // Sets the category and its text form.
   void SetRuleCategory(KVXRuleCategory_e category);
 
+  // --- dialogs ---
+  // The service that opens this rule's dialogs, set by whoever hands the rule out (the rule module);
+  // null: none, ConfigureRule then says so. Not owned; it must outlive the rule's dialogs.
+  void SetDialogService(IKvxRuleDialogService* service) { m_pDialogService = service; }
+  IKvxRuleDialogService* DialogService() const { return m_pDialogService; }
+  // How the rule's last dialog ended: KVX_IDOK, KVX_IDCANCEL, or KVX_DIALOG_UNAVAILABLE when none could be
+  // shown (also before any dialog was asked for). A host reads it after EditRule.
+  int LastDialogResult() const { return m_iLastDialogResult; }
+
   const std::vector<std::unique_ptr<CKvxParamStorage>>& Parameters() const { return m_paramArray; }
   const std::vector<std::unique_ptr<CKVXConstraint>>& Constraints() const { return m_constraintArray; }
   void AddParameter(std::unique_ptr<CKvxParamStorage> parameter);
@@ -103,4 +114,8 @@ class KVX_FRAMEWORK_API CKvxRule {
 
   std::vector<std::unique_ptr<CKvxParamStorage>> m_paramArray;
   std::vector<std::unique_ptr<CKVXConstraint>> m_constraintArray;
+
+ private:
+  IKvxRuleDialogService* m_pDialogService = nullptr;
+  int m_iLastDialogResult = KVX_DIALOG_UNAVAILABLE;
 };

@@ -78,6 +78,8 @@ using KvxStringList = std::list<std::wstring>;
 // Dialog results.
 inline constexpr int KVX_IDOK = 1;
 inline constexpr int KVX_IDCANCEL = 2;
+// A dialog that could not be shown (no dialog library, no display); a cancel to whoever asked for it.
+inline constexpr int KVX_DIALOG_UNAVAILABLE = -1;
 
 // Opaque host types that rule operations pass along without looking inside.
 class KVXICadSys;

@@ -25,7 +25,8 @@ class KVX_FRAMEWORK_API KvxXMLNode {
   bool AddAttribute(const std::wstring& name, const std::wstring& value);
   // True when the attribute exists; its text goes to `value` (left untouched otherwise).
   bool GetAttributeValue(const std::wstring& name, std::wstring& value) const;
-  // Replaces the element's text.
+  // Replaces the element's text. Here and in attribute values, characters no XML document can hold (most
+  // control characters, unpaired surrogates) become U+FFFD.
   void SetNodeValue(const std::wstring& text);
   // The element's text; empty when it has none.
   std::wstring GetNodeValue() const;
@@ -65,6 +66,12 @@ class KVX_FRAMEWORK_API KvxXMLNodeList {
 
 class KVX_FRAMEWORK_API KvxXMLDocument {
  public:
+  // What a loaded document may hold at most; beyond, it is refused with a reason before it can exhaust the
+  // stack, the memory or the time. Far above any rule set (seven levels, a few attributes per element).
+  static constexpr int kMaxDepth = 256;
+  static constexpr long kMaxElements = 5'000'000;
+  static constexpr int kMaxAttributes = 10'000;
+
   KvxXMLDocument();
   ~KvxXMLDocument();
   KvxXMLDocument(const KvxXMLDocument&) = delete;
@@ -93,6 +100,8 @@ class KVX_FRAMEWORK_API KvxXMLDocument {
 
  private:
   pugi::xml_node Staging();
+  // Makes a parsed and checked document the content, keeping the parked nodes.
+  void Adopt(pugi::xml_document& fresh);
   pugi::xml_document doc_;
   unsigned long generation_ = 0;
 };

@@ -2,9 +2,11 @@
 // The module's application object: picks the language, loads the localized and English resource
 // libraries and the common-rules library at start-up, and keeps the material-database module list.
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "kvx/framework/KvxTypes.h"
+#include "kvx/params/ModuleContext.h"
 #include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/ModuleApplication.h"
 #include "kvx/platform/Resources.h"
@@ -30,6 +32,8 @@ class CKVXIMRulesApp : public kvx::platform::ModuleApplication {
   void ReadMaterialWorkflowSwitch();
   // True exactly when ZVX_BETA_RULES is "1"; read afresh at every call.
   static bool BetaRulesEnabled();
+  // The module's context, installed from start-up until shut-down; the exports change its document.
+  kvx::params::ModuleContext& Context() { return context_; }
 
   // --- fields, in order ---
   const kvx::platform::ResourceLibrary* m_hSavedResource = nullptr;
@@ -42,6 +46,10 @@ class CKVXIMRulesApp : public kvx::platform::ModuleApplication {
   std::wstring m_csHelpFilePath;
   bool m_bMaterialWorkflow = true;
   std::wstring m_csLanguage;
+
+ private:
+  kvx::params::ModuleContext context_;
+  std::optional<kvx::params::ModuleContextScope> contextScope_;
 };
 
 // The application object once start-up has finished; null before.

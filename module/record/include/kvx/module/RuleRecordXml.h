@@ -4,6 +4,7 @@
 #include <memory>
 
 class CKvxRule;
+class CKvxParamStorage;
 class KvxXMLNode;
 
 namespace kvx::module {
@@ -16,6 +17,8 @@ std::unique_ptr<KvxXMLNode> WriteRuleRecord(CKvxRule* rule);
 void ReadRuleRecord(CKvxRule* rule, KvxXMLNode* element);
 // The "Parameter" element of parameter `index` of `rule`; null for a bad index or an unknown value type.
 std::unique_ptr<KvxXMLNode> WriteRuleParameter(CKvxRule* rule, int index);
+// False for the parameter kinds that the record never writes (0 and 12).
+bool IsWrittenKind(const CKvxParamStorage& parameter);
 // Lets every constraint of `rule` read itself from the children of `element`, without a count check.
 void ReadRuleConstraints(CKvxRule* rule, KvxXMLNode* element);
 

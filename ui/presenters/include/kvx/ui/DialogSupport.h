@@ -33,5 +33,8 @@ int SeverityOfIndex(const std::vector<std::wstring>& names, int index);
 // Accepting a dialog: the chosen severity becomes the rule's; with nothing chosen the rule keeps its own.
 // Returns the index the combo box should show afterwards.
 int ApplySeverityChoice(CKvxRule& rule, const std::vector<std::wstring>& names, int selected);
+// `text` with the user's decimal `separator` written as the point the rules read, unless it has a point
+// already: typed "1,5" in German is 1.5, never 15 or 1.
+std::wstring WithDecimalPoint(const std::wstring& text, const std::wstring& separator);
 
 }  // namespace kvx::ui

@@ -119,8 +119,8 @@ class CKVXListCtrl {
   virtual void OnEditFinished(int row, int column, const std::wstring& text);
   // The selection moved to `row` (-1: none).
   virtual void OnRowSelected(int row);
-  // `row` was removed by Delete.
-  virtual void OnRowDeleted(int row);
+  // `row`, which held `removed`, was removed by Delete.
+  virtual void OnRowDeleted(int row, const Row& removed);
 
   void Notify(const std::wstring& material, int code) const;
   IListCtrlObserver* Observer() const { return observer_; }

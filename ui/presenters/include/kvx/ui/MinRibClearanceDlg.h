@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "kvx/platform/Locale.h"
 #include "kvx/platform/Resources.h"
+#include "kvx/res/StringIds.h"
 
 class CKvxRule;
 
@@ -22,15 +24,16 @@ class IMinRibClearanceDlgView {
 class CKVXIMMinRibClearanceDlg {
  public:
   static constexpr int kDialogTemplate = 10;
-  static constexpr int kRuleId = 12020;
   static constexpr int kValueEditId = 1032;
   static constexpr int kOperatorComboId = 1030;
   static constexpr int kSeverityComboId = 1035;
   static constexpr int kPictureId = 1033;
-  static constexpr long kClearanceParameter = 2061;
+  static constexpr long kClearanceParameter = kvx::res::kRibClearanceParam;
 
-  // `rule` may be null: the dialog then shows nothing and OK only closes.
-  CKVXIMMinRibClearanceDlg(CKvxRule* rule, kvx::platform::Picture picture);
+  // `rule` may be null: the dialog then shows nothing and OK only closes. Values are typed with a point or
+  // with `decimalSeparator`, the user's.
+  CKVXIMMinRibClearanceDlg(CKvxRule* rule, kvx::platform::Picture picture,
+                           std::wstring decimalSeparator = kvx::platform::UserDecimalSeparator());
   void SetView(IMinRibClearanceDlgView* view) { view_ = view; }
 
   // Fills the lists and, when the rule has its clearance parameter, the selections and the value.
@@ -48,9 +51,10 @@ class CKVXIMMinRibClearanceDlg {
 
   void SelectOperator(int index);
   void SelectSeverity(int index);
-  void SetValueText(const std::wstring& text) { valueText_ = text; }
-  // The numeric edit box takes digits and "." only.
-  static bool AcceptsValueText(const std::wstring& text);
+  void SetValueText(const std::wstring& text);
+  // The numeric edit box takes digits and "." (or the user's decimal separator) only.
+  static bool AcceptsValueText(const std::wstring& text,
+                               const std::wstring& decimalSeparator = kvx::platform::UserDecimalSeparator());
 
   // OK, with the rule and its parameter present: the severity, then the operator (an empty selection is
   // reset to the rule's current one instead), then the value read as a decimal number into element 0.
@@ -68,7 +72,8 @@ class CKVXIMMinRibClearanceDlg {
   std::vector<std::wstring> severityNames_;
   int selectedOperator_ = -1;
   int selectedSeverity_ = -1;
-  std::wstring valueText_;
+  std::wstring valueText_;  // with the point
+  std::wstring decimalSeparator_;
 };
 
 }  // namespace kvx::ui

@@ -49,6 +49,7 @@ class CKVXRecoMoldTolDlg {
   static constexpr int kNominalCaptionId = 2527;
   static constexpr int kToleranceCaptionId = 2528;
   static constexpr int kAddMaterialCode = 102;
+  static constexpr int kDeleteMaterialCode = 103;
   static constexpr int kSelectMaterialCode = 100;
   static constexpr int kCopyTableCode = 101;
   static constexpr unsigned kOpenFileOptions = IFileDialog::kFileMustExist | IFileDialog::kHideReadOnly;  // 4100
@@ -81,13 +82,18 @@ class CKVXRecoMoldTolDlg {
   const std::wstring& CurrentMaterial() const { return currentMaterial_; }
   const MaterialMap& Materials() const { return materialMap_; }
 
-  // One handler for the lists' notifications: 102 adds `material`, 2509 and 100 select it and show its
-  // rows, 2510 and 101 copy the table into the current material.
+  // One handler for the lists' notifications: 102 adds `material`, 103 removes it with its rows, 2509 and
+  // 100 select it and show its rows, 2510 and 101 copy the table into the current material.
   void OnMaterialNotification(const std::wstring& material, int code);
+  // A material's new name: refused with a message when it is empty or another material's (in any case).
+  void RenameMaterial(const std::wstring& from, const std::wstring& to);
   void SelectSeverity(int index);
 
   // OK: finishes an edit in progress, checks the table and, when it passes, writes the map and the severity
-  // into the rule; true when the dialog may close with OK. False keeps it open with the user's text.
+  // into the rule; true when the dialog may close with OK. False keeps it open with the user's text. The
+  // check refuses incomplete rows, bands whose Up to is not above Over, A or B values not above 0,
+  // overlapping bands and a rule that holds one material name twice. A table left as it opened (the same
+  // rows and the same current material) is not written back, so the rule stays exactly as it was.
   bool OnOK();
 
   // Ctrl+I: asks for a spreadsheet and replaces the current material's rows with its table (columns A to D
@@ -96,19 +102,24 @@ class CKVXRecoMoldTolDlg {
   ImportResult ImportSpreadsheet();
 
   // The check of a sheet's rows from the second on: a row without Over ends it early; in every other row
-  // Up to, A value and B value must each be a number greater than 0. The first row that breaks this shows
-  // `message` in a message box without caption and fails the check.
+  // Over must be a plain number of 0 or more (else `overFormat`, filled with the row's number, is shown)
+  // and Up to, A value and B value must each be a number greater than 0 (else `message` is shown). A
+  // message box without caption tells of the first row that breaks this, and the check fails.
   static SheetCheck CheckSheetRows(const std::vector<std::vector<std::wstring>>& columns,
-                                   const std::wstring& message);
+                                   const std::wstring& message, const std::wstring& overFormat);
 
   // The table's texts of a row: numbers as the value utilities write them, -1.0 shown empty except Over.
   static CKVXListCtrl::Row RowTexts(const ToleranceRow& row);
 
  private:
   void AddMaterial(const std::wstring& material);
+  void DeleteMaterial(const std::wstring& material);
+  void ShowCurrentMaterial();
   void SelectMaterial(const std::wstring& material);
   void CopyTableToMaterial();
   bool CheckTable() const;
+  bool CheckBands() const;
+  bool Unchanged() const;
   void WriteBack();
   void ShowMaterialList();
   void ShowTable(const std::vector<ToleranceRow>& rows);
@@ -130,6 +141,9 @@ class CKVXRecoMoldTolDlg {
   KVXRecMoldTolListCtrl table_;
   std::wstring currentMaterial_;
   MaterialMap materialMap_;
+  std::wstring openedMaterial_;  // the table as it opened
+  MaterialMap openedMap_;
+  std::wstring nameHeldTwice_;   // a material the rule holds twice (ignoring case): never written back
 };
 
 }  // namespace kvx::ui

@@ -70,7 +70,8 @@ class ListCtrlDelegate final : public QStyledItemDelegate {
   mutable QPointer<QLineEdit> editor_;
 };
 
-// The list widget: report view, single selection, bordered, "Courier", the list's column widths.
+// The list widget: report view, single selection, bordered, "Courier", the list's column widths, widened
+// where a header or a text of the column needs more (translated headers are often longer).
 class ListCtrlView final : public QTableView, public IListCtrlObserver {
   Q_OBJECT
 
@@ -86,19 +87,30 @@ class ListCtrlView final : public QTableView, public IListCtrlObserver {
   void BeginReset() override { model_->BeginReset(); }
   void EndReset() override;
   void BeginInsertRows(int first, int count) override { model_->BeginInsert(first, count); }
-  void EndInsertRows() override { model_->EndInsert(); }
+  void EndInsertRows() override {
+    model_->EndInsert();
+    FitColumns();
+  }
   void BeginRemoveRows(int first, int count) override { model_->BeginRemove(first, count); }
   void EndRemoveRows() override { model_->EndRemove(); }
-  void RowChanged(int row) override { model_->Changed(row); }
+  void RowChanged(int row) override {
+    model_->Changed(row);
+    FitColumns();
+  }
   void EditStarted(CellPosition cell) override;
   void EditEnded() override;
   void SelectionChanged(int row) override;
+
+  // Wide enough for every column as fitted, so that the dialog's layout never cuts one.
+  QSize minimumSizeHint() const override;
 
   // Set while Qt itself opens an editor, so the list's report of the edit does not open a second one.
   bool openingEditor = false;
 
  private:
   void ApplySelection(int row);
+  // Each column as wide as the list asks, its header and its widest text, whichever is widest.
+  void FitColumns();
 
   CKVXListCtrl& list_;
   ListCtrlModel* model_;

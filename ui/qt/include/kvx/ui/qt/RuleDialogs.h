@@ -1,12 +1,18 @@
 #pragma once
-// The module's own dialogs on Qt, and their registration through the rules' editor hooks. Every dialog
-// reports how it ended with KvxSetLastDialogResult; in a process without a QApplication it shows "no user
-// interface is available" instead and reports KVX_IDCANCEL.
+// The dialogs of the dialog library on Qt: the service the module hands its rules (the module's own
+// dialogs for the rules that have one, the generic rule dialog for the others) and the dialogs themselves.
+// In a process without a QApplication every dialog shows "no user interface is available" instead.
 #include <QString>
 #include <string>
 
+#include "kvx/framework/KvxUiServices.h"
+#include "kvx/framework/gui/QtUiServices.h"
 #include "kvx/platform/Resources.h"
 #include "kvx/ui/DialogSupport.h"
+
+namespace kvx::params {
+struct ModuleContext;
+}
 
 class CKvxRule;
 class CKVXRecoMoldTolRule;
@@ -26,11 +32,23 @@ class QtFileDialog final : public IFileDialog {
   QWidget* parent_;
 };
 
-// Installs the tolerance and rib clearance dialogs as the rules' editors (through their editor hooks).
-// Never fails; calling it again changes nothing.
-void RegisterRuleDialogs();
+// The rule dialog service of the dialog library. It makes the Qt application when the process has none and
+// a display is there, loads Qt's own translations for `language` (a product language name), and runs the
+// rules' code with the module's context while a dialog is open. KVX_IDOK or KVX_IDCANCEL as the dialog
+// ended; KVX_DIALOG_UNAVAILABLE when no user interface is available. `module` must outlive the service.
+class RuleDialogService final : public IKvxRuleDialogService {
+ public:
+  RuleDialogService(const kvx::params::ModuleContext& module, std::wstring language);
+  int ConfigureRule(CKvxRule& rule, const kvx::platform::Picture& picture) override;
 
-// Runs the tolerance dialog modally on `rule` with values in `unitText`; KVX_IDOK when accepted. `files`
+ private:
+  const kvx::params::ModuleContext& module_;
+  const std::wstring language_;
+  QtRuleDialogService generic_;
+};
+
+// Runs the tolerance dialog modally on `rule` with values in `unitText`; KVX_IDOK when accepted, KVX_IDCANCEL
+// otherwise (also without a user interface). `files`
 // replaces Qt's file dialog (tests); null uses Qt's.
 int RunRecoMoldTolDialog(CKVXRecoMoldTolRule& rule, const std::wstring& unitText, IFileDialog* files = nullptr);
 // Runs the rib clearance dialog modally on `rule`; KVX_IDOK when accepted.

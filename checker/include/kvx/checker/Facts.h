@@ -1,0 +1,89 @@
+#pragma once
+// What the rules need to know about a part for one pull direction. Lengths in millimetres, angles in degrees.
+#include <string>
+#include <vector>
+
+#include "kvx/checker/Part.h"
+
+namespace kvx::checker {
+
+struct FaceDraft {
+  int face = 0;
+  double minDraft = 90;  // smallest angle between the face and the pull direction over its samples
+  int side = 0;          // +1 released by the half moving along the pull, -1 by the other, 0 both
+  double depth = 0;      // extent of the face along the pull
+  Vec3 point;            // where the smallest draft was seen
+};
+
+struct Hole {
+  std::vector<int> faces;
+  double diameter = 0;
+  double depth = 0;
+  bool through = false;
+  Vec3 axis;
+  Vec3 entry;            // centre of the open end (of the first end for through holes)
+  double ligament = -1;  // edge to edge to the nearest parallel hole; -1 when there is none near
+  int neighbour = -1;
+  double draft = 0;      // taper of a slightly conical hole
+};
+
+struct Boss {
+  std::vector<int> faces;
+  double outerDiameter = 0;
+  double holeDiameter = 0;  // 0 without a coaxial hole
+  double height = 0;
+  double outerDraft = 0;
+  double innerDraft = 0;
+  double baseRadius = 0;    // 0 when no fillet was found at the base
+  double tipRadius = 0;     // 0 when no rounding was found at the tip
+  Vec3 point;               // on the axis at the tip
+};
+
+struct FaceThickness {
+  int face = 0;
+  double value = 0;  // area-weighted median over the face's samples
+  Vec3 point;        // a sample near the face's centre
+};
+
+// A change of wall thickness between two faces of the same side, directly or across one face between them.
+struct ThicknessChange {
+  int from = 0, to = 0;
+  double change = 0;  // absolute
+  double length = 0;  // length of the transition along the wall; 0 for a step
+  Vec3 point;
+};
+
+struct Thickness {
+  double nominal = 0;  // the dominant measured thickness
+  std::vector<FaceThickness> faces;
+  std::vector<ThicknessChange> changes;
+  std::size_t samples = 0;
+};
+
+struct Undercut {
+  std::vector<int> faces;
+  double area = 0;
+  double depth = 0;  // how far a side action must travel to release it
+  Vec3 point;
+};
+
+struct Facts {
+  Vec3 pull;
+  std::vector<FaceDraft> drafts;
+  std::vector<Hole> holes;
+  std::vector<Boss> bosses;
+  Thickness thickness;
+  std::vector<Undercut> undercuts;
+  double undercutArea = 0;
+  std::vector<std::string> skipped;  // analyses cut short by the budget
+};
+
+class TriangleTree;
+
+// Builds every fact for `pull` (a unit vector). Each analysis stops when the budget runs out and says so.
+Facts BuildFacts(const Part& part, Vec3 pull, const Budget& budget);
+
+// The area that neither mould half can release along ±pull; used to choose a pull direction.
+double UndercutArea(const Part& part, Vec3 pull, const Budget& budget);
+
+}  // namespace kvx::checker

@@ -1,0 +1,543 @@
+// The evaluators: one per rule id, in one table. Each reads its rule's limits, compares the part's facts
+// with them and either reports what violates them or says why it could not check.
+#include "kvx/checker/Check.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "kvx/framework/KvxUnitConvertor.h"
+#include "kvx/platform/Text.h"
+
+namespace kvx::checker {
+
+namespace {
+using kvx::platform::Narrow;
+
+// Rule ids and parameter ids, as the rule module hands them out.
+enum RuleId : int {
+  kBossBaseRadius = 12010,
+  kUniformThickness = 12030,
+  kBossTipRadius = 12040,
+  kRibReinforcement = 12050,
+  kCutoutArea = 12060,
+  kRibParameters = 12070,
+  kWallThickness = 12080,
+  kDraftAngle = 12090,
+  kUndercut = 12100,
+  kThicknessVariation = 12110,
+  kSuddenVariation = 12120,
+  kRibBaseRadius = 12140,
+  kHoleDepth = 12150,
+  kHoleSpacing = 12160,
+  kTolerance = 12174,
+  kBossDraft = 12176,
+  kBossParameters = 12178,
+  kVariableDraft = 12180,
+  kCorePin = 12210,
+  kRibTip = 12220,
+  kUndercutInterference = 14090,
+};
+enum ParameterId : long {
+  kToleranceOver = 2517, kToleranceUpto = 2518, kToleranceA = 2519, kToleranceB = 2520,
+};
+
+constexpr int kOpRange = 1, kOpEqual = 3, kOpLess = 5, kOpGreater = 6, kOpAtLeast = 7, kOpAtMost = 8;
+constexpr const char* kDefaultConstraint = "Default";
+constexpr double kFlatDraft = 89.9;  // faces this close to square to the pull need no draft
+
+struct SeverityName_ {
+  int code;
+  const char* name;
+};
+// Severity codes as the rule dialogs offer them, least severe first.
+constexpr SeverityName_ kSeverities[] = {{0, "very-low"}, {1, "low"}, {2, "medium"}, {3, "high"}, {4, "very-high"}};
+
+// Length unit texts by unit code, for the findings' units.
+constexpr const char* kLengthUnitTexts[] = {"mm", "cm", "m", "in", "ft", "ft", "angstrom", "nm", "um", "mil", "uin"};
+constexpr const char* kAngleUnitTexts[] = {"deg", "rad", "deg", "deg"};
+
+std::string LengthUnitText(int code) {
+  return code >= 0 && code < static_cast<int>(std::size(kLengthUnitTexts)) ? kLengthUnitTexts[code] : "mm";
+}
+std::string AngleUnitText(int code) {
+  return code >= 0 && code < static_cast<int>(std::size(kAngleUnitTexts)) ? kAngleUnitTexts[code] : "deg";
+}
+
+bool Satisfies(double measured, int op, const std::vector<double>& values) {
+  if (values.empty()) return true;
+  const double v = values[0], slack = 1e-9 * std::max(1.0, std::fabs(v));
+  switch (op) {
+    case kOpAtLeast: return measured >= v - slack;
+    case kOpGreater: return measured > v;
+    case kOpAtMost: return measured <= v + slack;
+    case kOpLess: return measured < v;
+    case kOpEqual: return std::fabs(measured - v) <= slack;
+    case kOpRange: return values.size() < 2 || (measured >= v - slack && measured <= values[1] + slack);
+    default: return true;
+  }
+}
+
+Limit ReadLimit(const CKvxParamStorage& parameter) {
+  Limit limit;
+  limit.op = parameter.iOperator;
+  limit.enabled = parameter.IsEnabled();
+  limit.unit = Narrow(parameter.csUnit);
+  for (const KvxValueView& value : parameter.DescribeValues())
+    if (const double* number = std::get_if<double>(&value)) limit.values.push_back(*number);
+  return limit;
+}
+
+// Everything an evaluator sees: the facts, the thickness t and the rule set's units.
+class Context {
+ public:
+  Context(const Part& part, const Facts& facts, double t, CheckReport& report)
+      : part(part), facts(facts), t(t), report_(report) {}
+  const Part& part;
+  const Facts& facts;
+  const double t;  // mm
+
+  static double ToMm(const RuleInput& rule, double value) {
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_LENGTH, rule.units.iLengthUnit, KVX_UNIT_MM);
+  }
+  static double FromMm(const RuleInput& rule, double value) {
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_LENGTH, KVX_UNIT_MM, rule.units.iLengthUnit);
+  }
+  static double ToDegrees(const RuleInput& rule, double value) {
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_ANGLE, rule.units.iAngleUnit, KVX_ANGLE_DEGREE);
+  }
+  static double FromDegrees(const RuleInput& rule, double value) {
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_ANGLE, KVX_ANGLE_DEGREE, rule.units.iAngleUnit);
+  }
+
+  // The limit `id` when the rule has it switched on.
+  static const Limit* Active(const RuleInput& rule, long id) {
+    const auto found = rule.limits.find(id);
+    return found != rule.limits.end() && found->second.enabled && !found->second.values.empty() ? &found->second : nullptr;
+  }
+
+  // Compares `measured` with the limit; a violation becomes a finding. Both are given in the units shown.
+  void Compare(const RuleInput& rule, const Limit& limit, double measured, const std::vector<double>& shownLimit,
+               const std::string& unit, const std::string& what, std::vector<int> faces, Vec3 pointMm) {
+    if (Satisfies(measured, limit.op, shownLimit)) return;
+    Report(rule, limit.op, measured, limit.op == kOpRange && shownLimit.size() > 1 && measured > shownLimit[1] ? shownLimit[1] : shownLimit[0],
+           unit, what, std::move(faces), pointMm);
+  }
+  void Report(const RuleInput& rule, int op, double measured, double shownLimit, const std::string& unit,
+              const std::string& what, std::vector<int> faces, Vec3 pointMm) {
+    Finding finding;
+    finding.ruleId = rule.id;
+    finding.name = rule.name;
+    finding.displayName = rule.displayName;
+    finding.severity = rule.severity;
+    finding.what = what;
+    finding.measured = measured;
+    finding.limit = shownLimit;
+    finding.op = op;
+    finding.unit = unit;
+    finding.faces = std::move(faces);
+    finding.point = pointMm * FromMm(rule, 1.0);
+    report_.findings.push_back(std::move(finding));
+  }
+  void NotCheckedLimit(const RuleInput& rule, long parameter, const std::string& reason) {
+    report_.notChecked.push_back({rule.id, rule.name, reason, parameter});
+  }
+
+ private:
+  CheckReport& report_;
+};
+
+// The result of one evaluator: empty when it checked, else why it could not.
+using Verdict = std::string;
+using Evaluator = std::function<Verdict(const RuleInput&, Context&)>;
+
+Verdict CheckDraft(const RuleInput& rule, Context& c) {
+  const Limit* minimum = c.Active(rule, 3030);
+  if (c.Active(rule, 3031)) c.NotCheckedLimit(rule, 3031, "textured faces: a STEP file carries no texture");
+  if (!minimum) return "its draft limit is switched off";
+  for (const FaceDraft& draft : c.facts.drafts) {
+    if (draft.minDraft >= kFlatDraft) continue;
+    c.Compare(rule, *minimum, c.FromDegrees(rule, draft.minDraft), minimum->values, AngleUnitText(rule.units.iAngleUnit), "face",
+              {draft.face}, draft.point);
+  }
+  return {};
+}
+
+Verdict CheckVariableDraft(const RuleInput& rule, Context& c) {
+  const Limit *shallow = c.Active(rule, 3130), *depth = c.Active(rule, 3131), *deep = c.Active(rule, 3132);
+  if (!depth || (!shallow && !deep)) return "its depth or both draft limits are switched off";
+  const double split = c.ToMm(rule, depth->values[0]);
+  for (const FaceDraft& draft : c.facts.drafts) {
+    if (draft.minDraft >= kFlatDraft) continue;
+    const Limit* limit = draft.depth <= split ? shallow : deep;
+    if (!limit) continue;
+    c.Compare(rule, *limit, c.FromDegrees(rule, draft.minDraft), limit->values, AngleUnitText(rule.units.iAngleUnit),
+              draft.depth <= split ? "shallow face" : "deep face", {draft.face}, draft.point);
+  }
+  return {};
+}
+
+Verdict CheckHoleDepth(const RuleInput& rule, Context& c) {
+  if (c.facts.holes.empty()) return "no hole was recognised on the part";
+  const Limit *blind = c.Active(rule, 2347), *through = c.Active(rule, 2348);
+  for (const Hole& hole : c.facts.holes) {
+    const Limit* limit = hole.through ? through : blind;
+    if (!limit) continue;
+    c.Compare(rule, *limit, hole.depth / hole.diameter, limit->values, "D", hole.through ? "through hole" : "blind hole",
+              hole.faces, hole.entry);
+  }
+  return {};
+}
+
+Verdict CheckHoleSpacing(const RuleInput& rule, Context& c) {
+  const Limit* spacing = c.Active(rule, 2374);
+  if (!spacing) return "its spacing limit is switched off";
+  bool anyPair = false;
+  for (std::size_t i = 0; i < c.facts.holes.size(); ++i) {
+    const Hole& hole = c.facts.holes[i];
+    if (hole.neighbour < 0) continue;
+    anyPair = true;
+    const Hole& other = c.facts.holes[static_cast<std::size_t>(hole.neighbour)];
+    if (other.neighbour == static_cast<int>(i) && hole.neighbour < static_cast<int>(i)) continue;  // the pair once
+    std::vector<double> limit;
+    for (double v : spacing->values) limit.push_back(c.FromMm(rule, v * c.t));
+    std::vector<int> faces = hole.faces;
+    faces.insert(faces.end(), other.faces.begin(), other.faces.end());
+    c.Compare(rule, *spacing, c.FromMm(rule, hole.ligament), limit, LengthUnitText(rule.units.iLengthUnit),
+              "hole spacing", faces, (hole.entry + other.entry) * 0.5);
+  }
+  return anyPair ? Verdict{} : "no two parallel holes were found near each other";
+}
+
+Verdict CheckWallThickness(const RuleInput& rule, Context& c) {
+  if (c.facts.thickness.faces.empty()) return "no wall could be measured";
+  const std::string unit = LengthUnitText(rule.units.iLengthUnit);
+  for (long id : {3060L, 3061L}) {
+    const Limit* limit = c.Active(rule, id);
+    if (!limit) continue;
+    for (const FaceThickness& face : c.facts.thickness.faces)
+      c.Compare(rule, *limit, c.FromMm(rule, face.value), limit->values, unit, id == 3060 ? "thin wall" : "thick wall",
+                {face.face}, face.point);
+  }
+  return {};
+}
+
+Verdict CheckUniformThickness(const RuleInput& rule, Context& c) {
+  const Limit* deviation = c.Active(rule, 3090);
+  if (!deviation) return "its deviation limit is switched off";
+  if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
+  for (const FaceThickness& face : c.facts.thickness.faces)
+    c.Compare(rule, *deviation, 100 * std::fabs(face.value - c.t) / c.t, deviation->values, "%", "wall", {face.face}, face.point);
+  return {};
+}
+
+Verdict CheckThicknessVariation(const RuleInput& rule, Context& c) {
+  const Limit *variation = c.Active(rule, 3070), *transition = c.Active(rule, 3071);
+  if (!variation) return "its variation limit is switched off";
+  if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
+  for (const ThicknessChange& change : c.facts.thickness.changes) {
+    // A larger change is accepted when its transition is long enough.
+    if (transition && Satisfies(change.length / change.change, transition->op, transition->values)) continue;
+    c.Compare(rule, *variation, 100 * change.change / c.t, variation->values, "%", "thickness change", {change.from, change.to},
+              change.point);
+  }
+  return {};
+}
+
+Verdict CheckSuddenVariation(const RuleInput& rule, Context& c) {
+  const Limit* sudden = c.Active(rule, 3080);
+  if (!sudden) return "its limit is switched off";
+  if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
+  for (const ThicknessChange& change : c.facts.thickness.changes) {
+    if (change.length >= change.change) continue;  // gentler than 45 degrees: not sudden
+    c.Compare(rule, *sudden, 100 * change.change / c.t, sudden->values, "%", "sudden thickness change", {change.from, change.to},
+              change.point);
+  }
+  return {};
+}
+
+Verdict CheckUndercut(const RuleInput& rule, Context& c) {
+  const Limit* detect = c.Active(rule, 3050);
+  if (!detect || detect->values[0] == 0) return "undercut detection is switched off in the rule";
+  const Limit* depth = c.Active(rule, 3051);
+  for (const Undercut& undercut : c.facts.undercuts) {
+    const double measured = c.FromMm(rule, undercut.depth);
+    // The limit is a reporting threshold: undercuts at least this deep are reported.
+    if (depth && !Satisfies(measured, depth->op, depth->values)) continue;
+    c.Report(rule, depth ? depth->op : kOpAtLeast, measured, depth ? depth->values[0] : 0.0, LengthUnitText(rule.units.iLengthUnit),
+             "undercut", undercut.faces, undercut.point);
+  }
+  return {};
+}
+
+Verdict CheckCorePin(const RuleInput& rule, Context& c) {
+  if (c.facts.holes.empty()) return "no hole (core pin) was recognised on the part";
+  const Limit *diameter = c.Active(rule, 3100), *slenderness = c.Active(rule, 3101);
+  for (const Hole& hole : c.facts.holes) {
+    const std::string what = hole.through ? "core pin (through hole)" : "core pin (blind hole)";
+    if (diameter)
+      c.Compare(rule, *diameter, c.FromMm(rule, hole.diameter), diameter->values, LengthUnitText(rule.units.iLengthUnit), what,
+                hole.faces, hole.entry);
+    if (slenderness && !hole.through)
+      c.Compare(rule, *slenderness, hole.depth / hole.diameter, slenderness->values, "D", what, hole.faces, hole.entry);
+  }
+  return {};
+}
+
+Verdict NeedBosses(const Context& c) { return c.facts.bosses.empty() ? "no boss was recognised on the part" : Verdict{}; }
+
+Verdict CheckBossDraft(const RuleInput& rule, Context& c) {
+  if (auto none = NeedBosses(c); !none.empty()) return none;
+  const Limit *inner = c.Active(rule, 2468), *outer = c.Active(rule, 2469);
+  const std::string unit = AngleUnitText(rule.units.iAngleUnit);
+  for (const Boss& boss : c.facts.bosses) {
+    if (outer) c.Compare(rule, *outer, c.FromDegrees(rule, boss.outerDraft), outer->values, unit, "boss outer wall", boss.faces, boss.point);
+    if (inner && boss.holeDiameter > 0)
+      c.Compare(rule, *inner, c.FromDegrees(rule, boss.innerDraft), inner->values, unit, "boss inner wall", boss.faces, boss.point);
+  }
+  return {};
+}
+
+Verdict CheckBossParameters(const RuleInput& rule, Context& c) {
+  if (auto none = NeedBosses(c); !none.empty()) return none;
+  const Limit *ratio = c.Active(rule, 3140), *wall = c.Active(rule, 3141), *height = c.Active(rule, 3142);
+  for (const Boss& boss : c.facts.bosses) {
+    if (ratio && boss.holeDiameter > 0)
+      c.Compare(rule, *ratio, boss.outerDiameter / boss.holeDiameter, ratio->values, "d", "boss", boss.faces, boss.point);
+    if (wall && boss.holeDiameter > 0 && c.t > 0)
+      c.Compare(rule, *wall, (boss.outerDiameter - boss.holeDiameter) / 2 / c.t, wall->values, "t", "boss wall", boss.faces, boss.point);
+    if (height) c.Compare(rule, *height, boss.height / boss.outerDiameter, height->values, "OD", "boss height", boss.faces, boss.point);
+  }
+  return {};
+}
+
+Verdict CheckBossBaseRadius(const RuleInput& rule, Context& c) {
+  if (auto none = NeedBosses(c); !none.empty()) return none;
+  if (c.t <= 0) return "no wall could be measured";
+  for (long id : {3010L, 3011L}) {
+    const Limit* limit = c.Active(rule, id);
+    if (!limit) continue;
+    for (const Boss& boss : c.facts.bosses)
+      c.Compare(rule, *limit, boss.baseRadius / c.t, limit->values, "t", "boss base radius", boss.faces, boss.point);
+  }
+  return {};
+}
+
+Verdict CheckBossTipRadius(const RuleInput& rule, Context& c) {
+  if (auto none = NeedBosses(c); !none.empty()) return none;
+  const Limit* tip = c.Active(rule, 3020);
+  if (!tip) return "its limit is switched off";
+  for (const Boss& boss : c.facts.bosses)
+    c.Compare(rule, *tip, c.FromMm(rule, boss.tipRadius), tip->values, LengthUnitText(rule.units.iLengthUnit), "boss tip radius",
+              boss.faces, boss.point);
+  return {};
+}
+
+struct EvaluatorEntry {
+  int ruleId;
+  Evaluator evaluate;  // null: not evaluated, for `reason`
+  const char* reason;
+};
+
+const std::vector<EvaluatorEntry>& Evaluators() {
+  static const std::vector<EvaluatorEntry> table = {
+      {kDraftAngle, CheckDraft, nullptr},
+      {kVariableDraft, CheckVariableDraft, nullptr},
+      {kHoleDepth, CheckHoleDepth, nullptr},
+      {kHoleSpacing, CheckHoleSpacing, nullptr},
+      {kWallThickness, CheckWallThickness, nullptr},
+      {kUniformThickness, CheckUniformThickness, nullptr},
+      {kThicknessVariation, CheckThicknessVariation, nullptr},
+      {kSuddenVariation, CheckSuddenVariation, nullptr},
+      {kUndercut, CheckUndercut, nullptr},
+      {kCorePin, CheckCorePin, nullptr},
+      {kBossDraft, CheckBossDraft, nullptr},
+      {kBossParameters, CheckBossParameters, nullptr},
+      {kBossBaseRadius, CheckBossBaseRadius, nullptr},
+      {kBossTipRadius, CheckBossTipRadius, nullptr},
+      {kRibParameters, nullptr, "ribs are not recognised with confidence yet"},
+      {kRibTip, nullptr, "ribs are not recognised with confidence yet"},
+      {kRibReinforcement, nullptr, "ribs are not recognised with confidence yet"},
+      {kRibBaseRadius, nullptr, "ribs are not recognised with confidence yet"},
+      {kCutoutArea, nullptr, "cut-outs are not recognised with confidence yet"},
+      {kUndercutInterference, nullptr, "interference with the mould's side actions needs the mould, which a part does not carry"},
+  };
+  return table;
+}
+
+// The tolerance rule: the band of each main dimension of the part for the chosen material.
+void AddTolerances(const RuleInput& rule, const Part& part, const std::string& wanted, CheckReport& report) {
+  std::string material = wanted.empty() ? rule.activeMaterial : wanted;
+  auto found = rule.materials.end();
+  for (auto it = rule.materials.begin(); it != rule.materials.end(); ++it)
+    if (kvx::platform::EqualsNoCase(kvx::platform::Widen(it->first), kvx::platform::Widen(material))) found = it;
+  if (found == rule.materials.end()) {
+    report.notChecked.push_back({rule.id, rule.name, material.empty() ? "no material chosen (--material)" : "the rule has no table for material " + material, 0});
+    return;
+  }
+  report.toleranceMaterial = found->first;
+  const Vec3 size = part.box.Size();
+  const std::pair<const char*, double> dimensions[] = {{"x", size.x}, {"y", size.y}, {"z", size.z}};
+  for (const auto& [name, mm] : dimensions) {
+    const double value = Context::FromMm(rule, mm);
+    for (const auto& row : found->second)
+      if (value > row[0] && value <= row[1]) report.tolerances.push_back({name, value, row[0], row[1], row[2], row[3]});
+  }
+  report.passed.push_back(rule.id);
+}
+
+bool AllLimitsOff(const RuleInput& rule) {
+  return !rule.limits.empty() && std::none_of(rule.limits.begin(), rule.limits.end(), [](const auto& l) { return l.second.enabled; });
+}
+
+// The thickness t that ratio limits refer to: the uniform-thickness rule's nominal value when the rule set
+// gives one, else the measured nominal thickness.
+double ThicknessT(const std::vector<RuleInput>& rules, const Facts& facts) {
+  for (const RuleInput& rule : rules) {
+    if (rule.id != kUniformThickness || rule.status > 0) continue;
+    if (const Limit* nominal = Context::Active(rule, 3091); nominal && nominal->values[0] > 0)
+      return Context::ToMm(rule, nominal->values[0]);
+  }
+  return facts.thickness.nominal;
+}
+
+Vec3 ChoosePull(const Part& part, const Budget& budget, std::string& note) {
+  const std::pair<const char*, Vec3> axes[] = {{"+Z", {0, 0, 1}}, {"+Y", {0, 1, 0}}, {"+X", {1, 0, 0}}};
+  Vec3 best = axes[0].second;
+  double least = -1;
+  std::string tried;
+  for (const auto& [name, axis] : axes) {
+    const double area = UndercutArea(part, axis, budget);
+    tried += std::string(tried.empty() ? "" : ", ") + name + " " + std::to_string(static_cast<long long>(std::llround(area))) + " mm2";
+    if (least < 0 || area < least - 1e-9) {
+      least = area;
+      best = axis;
+    }
+  }
+  note = "chosen automatically: the least undercut area of the axis directions (" + tried +
+         "; the opposite directions have the same undercuts)";
+  return best;
+}
+}  // namespace
+
+RuleInput DescribeRule(const CKvxRule& rule) {
+  RuleInput input;
+  input.id = rule.m_iRuleId;
+  input.name = Narrow(rule.m_csRuleName);
+  input.displayName = Narrow(rule.m_csDisplayName);
+  input.summary = Narrow(rule.m_csSummary);
+  input.severity = rule.m_lRuleSeverity;
+  input.status = rule.m_lRuleStatus;
+  input.units = rule.m_unitSystem;
+  for (const auto& parameter : rule.Parameters()) input.limits[parameter->GetId()] = ReadLimit(*parameter);
+  // The limits the module shows: those of the (last) "Default" material entry when the rule carries one.
+  for (const auto& constraint : rule.Constraints()) {
+    if (kvx::platform::EqualsNoCase(constraint->csName, kvx::platform::Widen(kDefaultConstraint))) {
+      for (const auto& parameter : constraint->Parameters()) input.limits[parameter->GetId()] = ReadLimit(*parameter);
+      continue;
+    }
+    const CKvxParamStorage *over = constraint->FindParameterInArray(kToleranceOver), *upto = constraint->FindParameterInArray(kToleranceUpto),
+                           *a = constraint->FindParameterInArray(kToleranceA), *b = constraint->FindParameterInArray(kToleranceB);
+    if (!over || !upto || !a || !b) continue;
+    const Limit o = ReadLimit(*over), u = ReadLimit(*upto), av = ReadLimit(*a), bv = ReadLimit(*b);
+    auto& rows = input.materials[Narrow(constraint->csName)];
+    for (std::size_t i = 0; i < std::min({o.values.size(), u.values.size(), av.values.size(), bv.values.size()}); ++i)
+      rows.push_back({o.values[i], u.values[i], av.values[i], bv.values[i]});
+    if (constraint->bStatus) input.activeMaterial = Narrow(constraint->csName);
+  }
+  return input;
+}
+
+std::vector<int> EvaluatedRuleIds() {
+  std::vector<int> ids;
+  for (const auto& entry : Evaluators())
+    if (entry.evaluate) ids.push_back(entry.ruleId);
+  ids.push_back(kTolerance);
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
+std::string SeverityName(int severity) {
+  for (const auto& s : kSeverities)
+    if (s.code == severity) return s.name;
+  return "unknown";
+}
+
+int SeverityFromName(const std::string& name) {
+  for (const auto& s : kSeverities)
+    if (name == s.name || name == std::to_string(s.code)) return s.code;
+  return -1;
+}
+
+CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, const CheckOptions& options, const Budget& budget) {
+  CheckReport report;
+  report.pull = options.pull ? Normalized(*options.pull) : ChoosePull(part, budget, report.pullNote);
+  if (options.pull) report.pullNote = "given";
+  report.facts = BuildFacts(part, report.pull, budget);
+  report.nominalThickness = ThicknessT(rules, report.facts);
+  if (!rules.empty()) {
+    report.lengthUnit = LengthUnitText(rules.front().units.iLengthUnit);
+    report.pointToMm = Context::ToMm(rules.front(), 1.0);
+  }
+  Context context(part, report.facts, report.nominalThickness, report);
+  for (const RuleInput& rule : rules) {
+    if (rule.status > 0) {
+      report.skipped.push_back({rule.id, rule.name, "the rule's status is off", 0});
+      continue;
+    }
+    if (AllLimitsOff(rule)) {
+      report.skipped.push_back({rule.id, rule.name, "every limit of the rule is switched off", 0});
+      continue;
+    }
+    if (rule.id == kTolerance) {
+      AddTolerances(rule, part, options.material, report);
+      continue;
+    }
+    const auto entry = std::find_if(Evaluators().begin(), Evaluators().end(), [&](const auto& e) { return e.ruleId == rule.id; });
+    if (entry == Evaluators().end()) {
+      report.notChecked.push_back({rule.id, rule.name, "no evaluator for this rule", 0});
+      continue;
+    }
+    if (!entry->evaluate) {
+      report.notChecked.push_back({rule.id, rule.name, entry->reason, 0});
+      continue;
+    }
+    const std::size_t before = report.findings.size();
+    const Verdict verdict = entry->evaluate(rule, context);
+    if (!verdict.empty())
+      report.notChecked.push_back({rule.id, rule.name, verdict, 0});
+    else if (report.findings.size() == before)
+      report.passed.push_back(rule.id);
+  }
+  return report;
+}
+
+namespace {
+template <typename Read>
+PartCheck ReadAndCheck(const std::vector<RuleInput>& rules, const CheckOptions& options, std::chrono::milliseconds allowance,
+                       Read read) {
+  const Budget budget(allowance);
+  PartCheck result;
+  result.read = read(budget);
+  if (!result.read.ok) return result;
+  try {
+    result.report = CheckRules(result.read.part, rules, options, budget);
+  } catch (const std::exception& failure) {
+    result.read.ok = false;
+    result.read.error = std::string("the part could not be checked: ") + failure.what();
+  }
+  return result;
+}
+}  // namespace
+
+PartCheck CheckStepFile(const std::string& path, const std::vector<RuleInput>& rules, const CheckOptions& options,
+                        std::chrono::milliseconds allowance) {
+  return ReadAndCheck(rules, options, allowance, [&](const Budget& budget) { return ReadStepFile(path, budget); });
+}
+
+PartCheck CheckStepBytes(std::string_view bytes, const std::vector<RuleInput>& rules, const CheckOptions& options,
+                         std::chrono::milliseconds allowance) {
+  return ReadAndCheck(rules, options, allowance, [&](const Budget& budget) { return ReadStepBytes(bytes, budget); });
+}
+
+}  // namespace kvx::checker

@@ -1,0 +1,337 @@
+// The checker on parts written by gmsh: what the reader makes of good and bad files, the facts measured on
+// parts of known shape (within the tolerances promised to users), and what the evaluators make of them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "kvx/checker/Check.h"
+#include "kvx/checker/Facts.h"
+
+namespace {
+
+using namespace kvx::checker;
+using namespace std::chrono_literals;
+
+constexpr double kDraftTolerance = 0.05;  // degrees
+constexpr double kSizeShare = 0.01;       // diameters and depths
+constexpr double kThicknessShare = 0.05;
+constexpr Vec3 kUp{0, 0, 1};
+
+std::string PartPath(const std::string& name) { return std::string(KVX_CHECKER_PARTS) + "/" + name + ".step"; }
+
+// Each part is read once for the whole program.
+const Part& Read(const std::string& name) {
+  static std::map<std::string, ReadResult> cache;
+  auto found = cache.find(name);
+  if (found == cache.end()) found = cache.emplace(name, ReadStepFile(PartPath(name), Budget(60s))).first;
+  EXPECT_TRUE(found->second.ok) << name << ": " << found->second.error;
+  return found->second.part;
+}
+
+Facts FactsOf(const std::string& name, Vec3 pull = kUp) { return BuildFacts(Read(name), pull, Budget(60s)); }
+
+void ExpectNear(double expected, double measured, double tolerance, const std::string& what) {
+  EXPECT_NEAR(measured, expected, tolerance) << what;
+}
+
+TEST(CheckerReader, GoodPartsKeepTheirSizeSolidsAndWarnings) {
+  struct Case {
+    const char* part;
+    int solids;
+    Vec3 size;
+    const char* warning;  // a word of the expected warning, or "" for none
+  };
+  const Case cases[] = {
+      {"plate", 1, {100, 60, 4}, ""},
+      {"plate_in_metres", 1, {100, 60, 4}, ""},  // the file's unit honoured
+      {"two_solids", 2, {30, 10, 10}, "2 solids"},
+      {"sheet", 0, {30, 20, 0}, "no solid"},
+  };
+  for (const Case& c : cases) {
+    const Part& part = Read(c.part);
+    EXPECT_EQ(part.solids, c.solids) << c.part;
+    const Vec3 size = part.box.Size();
+    ExpectNear(c.size.x, size.x, 1e-3, c.part);
+    ExpectNear(c.size.y, size.y, 1e-3, c.part);
+    ExpectNear(c.size.z, size.z, 1e-3, c.part);
+    std::string warnings;
+    for (const auto& w : part.warnings) warnings += w + "\n";
+    if (*c.warning)
+      EXPECT_NE(warnings.find(c.warning), std::string::npos) << c.part << ": " << warnings;
+    else
+      EXPECT_TRUE(warnings.empty()) << c.part << ": " << warnings;
+  }
+  EXPECT_EQ(Read("plate_in_metres").fileUnit, "metre");
+  EXPECT_GT(Read("sheet").openEdges, 0);
+}
+
+TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
+  const std::pair<std::string, const char*> cases[] = {
+      {PartPath("empty"), "empty"},
+      {PartPath("garbage"), ""},
+      {PartPath("truncated"), ""},
+      {PartPath("missing"), "cannot open"},
+      {std::string(KVX_CHECKER_PARTS) + "/../CTestTestfile.cmake", "not a STEP file"},
+  };
+  for (const auto& [path, word] : cases) {
+    const ReadResult result = ReadStepFile(path, Budget(60s));
+    EXPECT_FALSE(result.ok) << path;
+    EXPECT_FALSE(result.error.empty()) << path;
+    EXPECT_NE(result.error.find(word), std::string::npos) << path << ": " << result.error;
+  }
+  // The same bytes held in memory, and every prefix length class of a real file.
+  std::ifstream in(PartPath("plate"), std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  for (std::size_t length : {std::size_t{0}, std::size_t{20}, text.size() / 3, text.size() - 10}) {
+    const PartCheck check = CheckStepBytes(std::string_view(text).substr(0, length), {}, {}, 30s);
+    EXPECT_TRUE(check.read.ok || !check.read.error.empty()) << length;
+  }
+}
+
+TEST(CheckerReader, ABudgetThatRunsOutStopsTheReadWithAReason) {
+  const ReadResult result = ReadStepFile(PartPath("boss"), Budget(0ms));
+  EXPECT_FALSE(result.ok);
+  EXPECT_NE(result.error.find("out of time"), std::string::npos) << result.error;
+}
+
+TEST(CheckerFacts, DraftPerFaceAgainstThePull) {
+  struct Case {
+    const char* part;
+    double draft;      // the smallest draft of the faces standing along the pull
+    int faces;         // how many faces have it
+  };
+  const Case cases[] = {{"drafted", 2.0, 4}, {"plate", 0.0, 8}, {"boss", 0.5, 1}};
+  for (const Case& c : cases) {
+    const Facts facts = FactsOf(c.part);
+    int count = 0;
+    for (const FaceDraft& d : facts.drafts)
+      if (std::fabs(d.minDraft - c.draft) <= kDraftTolerance) ++count;
+    EXPECT_EQ(count, c.faces) << c.part;
+  }
+  // The boss's outer wall at 1 degree; the plate's top and bottom square to the pull on opposite sides.
+  const Facts boss = FactsOf("boss");
+  EXPECT_EQ(std::count_if(boss.drafts.begin(), boss.drafts.end(),
+                          [](const FaceDraft& d) { return std::fabs(d.minDraft - 1.0) <= kDraftTolerance; }),
+            1);
+  std::map<int, int> sides;
+  for (const FaceDraft& d : FactsOf("drafted").drafts) ++sides[d.side];
+  EXPECT_EQ(sides[1], 5);  // the top and the four drafted sides face the half moving along the pull
+  EXPECT_EQ(sides[-1], 1);
+}
+
+TEST(CheckerFacts, HolesWithDiameterDepthKindAndLigament) {
+  struct Expected {
+    double diameter, depth;
+    bool through;
+  };
+  const Expected expected[] = {{6, 3, false}, {5, 4, true}, {4, 4, true}, {4, 4, true}};
+  const Facts facts = FactsOf("plate");
+  ASSERT_EQ(facts.holes.size(), std::size(expected));
+  std::vector<Hole> holes = facts.holes;
+  std::sort(holes.begin(), holes.end(), [](const Hole& a, const Hole& b) { return a.diameter > b.diameter; });
+  for (std::size_t i = 0; i < holes.size(); ++i) {
+    ExpectNear(expected[i].diameter, holes[i].diameter, kSizeShare * expected[i].diameter, "diameter");
+    ExpectNear(expected[i].depth, holes[i].depth, kSizeShare * expected[i].depth, "depth");
+    EXPECT_EQ(holes[i].through, expected[i].through) << i;
+    EXPECT_NEAR(std::fabs(holes[i].axis.z), 1.0, 1e-6);
+  }
+  ExpectNear(2.0, holes[2].ligament, kSizeShare * 2, "ligament of the close pair");
+  ExpectNear(2.0, holes[3].ligament, kSizeShare * 2, "ligament of the close pair");
+  EXPECT_GT(holes[1].ligament, 20);
+  // The blind hole opens at the top.
+  EXPECT_GT(holes[0].axis.z, 0);
+  ExpectNear(4.0, holes[0].entry.z, 1e-3, "blind hole entry");
+}
+
+TEST(CheckerFacts, BossWithCoaxialHole) {
+  const Facts facts = FactsOf("boss");
+  ASSERT_EQ(facts.bosses.size(), 1u);
+  const Boss& boss = facts.bosses[0];
+  const double tipRadius = 5 - 12 * std::tan(1.0 * 3.14159265358979 / 180);
+  ExpectNear(5 + tipRadius, boss.outerDiameter, kSizeShare * 10, "outer diameter (mean over the height)");
+  ExpectNear(12, boss.height, kSizeShare * 12, "height");
+  ExpectNear(1.0, boss.outerDraft, kDraftTolerance, "outer draft");
+  ExpectNear(0.5, boss.innerDraft, kDraftTolerance, "inner draft");
+  EXPECT_GT(boss.holeDiameter, 3.9 * (1 - kSizeShare));
+  EXPECT_LT(boss.holeDiameter, 4.0 * (1 + kSizeShare));
+  ExpectNear(15, boss.point.z, 1e-3, "tip");
+  // The boss's hole is also a blind hole 10 deep.
+  ASSERT_EQ(facts.holes.size(), 1u);
+  EXPECT_FALSE(facts.holes[0].through);
+  ExpectNear(10, facts.holes[0].depth, kSizeShare * 10, "boss hole depth");
+}
+
+double ThicknessOfFaceAt(const Facts& facts, const Part& part, Vec3 point) {
+  for (const FaceThickness& face : facts.thickness.faces) {
+    const Box& box = part.faces[face.face].box;
+    if (point.x >= box.min.x - 1e-6 && point.x <= box.max.x + 1e-6 && point.y >= box.min.y - 1e-6 &&
+        point.y <= box.max.y + 1e-6 && box.Size().z < 1e-6 && std::fabs(point.z - box.min.z) < 1e-6)
+      return face.value;
+  }
+  return -1;
+}
+
+TEST(CheckerFacts, WallThicknessNominalThickAndThin) {
+  struct Case {
+    const char* part;
+    double nominal;
+    Vec3 at;        // a point of a face square to the pull whose wall is measured
+    double value;   // its thickness
+  };
+  const Case cases[] = {
+      {"plate", 4, {50, 50, 4}, 4},
+      {"thick", 4, {40, 20, 10}, 10},  // the thick section
+      {"rib", 3, {20, 10, 3}, 3},
+      {"window", 2, {20, 20, 2}, 2},
+  };
+  for (const Case& c : cases) {
+    const Facts facts = FactsOf(c.part);
+    ExpectNear(c.nominal, facts.thickness.nominal, kThicknessShare * c.nominal, std::string(c.part) + " nominal");
+    ExpectNear(c.value, ThicknessOfFaceAt(facts, Read(c.part), c.at), kThicknessShare * c.value, std::string(c.part) + " face");
+  }
+  // The rib's sides are read across the rib, not along it.
+  const Facts rib = FactsOf("rib");
+  int ribSides = 0;
+  for (const FaceThickness& face : rib.thickness.faces)
+    if (std::fabs(face.value - 1.5) <= kThicknessShare * 1.5) ++ribSides;
+  EXPECT_EQ(ribSides, 2);
+  // The step from 4 to 10 is one sudden change.
+  const Facts thick = FactsOf("thick");
+  ASSERT_FALSE(thick.thickness.changes.empty());
+  const auto biggest = std::max_element(thick.thickness.changes.begin(), thick.thickness.changes.end(),
+                                        [](const auto& a, const auto& b) { return a.change < b.change; });
+  ExpectNear(6, biggest->change, kThicknessShare * 6, "change");
+  EXPECT_LT(biggest->length, biggest->change);
+}
+
+TEST(CheckerFacts, UndercutsAndTheAutomaticPull) {
+  const Facts window = FactsOf("window");
+  ASSERT_FALSE(window.undercuts.empty());
+  ExpectNear(40, window.undercutArea, 40 * kThicknessShare, "window undercut area (its top and bottom)");
+  for (const Undercut& u : window.undercuts) ExpectNear(2, u.depth, kThicknessShare * 2, "through the 2 mm wall");
+  for (const char* part : {"plate", "drafted", "boss", "thick", "rib"})
+    EXPECT_TRUE(FactsOf(part).undercuts.empty()) << part;
+  // Seen along X, the plate's holes cannot be released.
+  EXPECT_FALSE(FactsOf("plate", {1, 0, 0}).undercuts.empty());
+
+  const CheckReport report = CheckRules(Read("plate"), {}, {}, Budget(60s));
+  EXPECT_NEAR(std::fabs(report.pull.z), 1.0, 1e-9) << report.pullNote;
+  EXPECT_NE(report.pullNote.find("automatically"), std::string::npos);
+}
+
+// Rules as the module hands them out, built by hand: millimetres and degrees unless a case says otherwise.
+RuleInput Rule(int id, std::map<long, Limit> limits, int lengthUnit = 0) {
+  RuleInput rule;
+  rule.id = id;
+  rule.name = "rule " + std::to_string(id);
+  rule.severity = 2;
+  rule.units.iLengthUnit = lengthUnit;
+  rule.limits = std::move(limits);
+  return rule;
+}
+constexpr int kAtLeast = 7, kAtMost = 8, kLess = 5;
+Limit L(int op, double value) {
+  Limit limit;
+  limit.op = op;
+  limit.values = {value};
+  return limit;
+}
+
+struct EvaluatorCase {
+  const char* name;
+  const char* part;
+  RuleInput rule;
+  std::size_t findings;
+  double measured;  // of every finding
+  const char* verdict;  // "passed", "not checked" or "findings"
+};
+
+TEST(CheckerEvaluators, CompareFactsWithTheRulesLimits) {
+  const EvaluatorCase cases[] = {
+      {"drafted sides satisfy 1 degree", "drafted", Rule(12090, {{3030, L(kAtLeast, 1.0)}}), 0, 0, "passed"},
+      {"drafted sides miss 3 degrees", "drafted", Rule(12090, {{3030, L(kAtLeast, 3.0)}}), 4, 2.0, "findings"},
+      {"blind hole deeper than 0.4 D", "plate", Rule(12150, {{2347, L(kLess, 0.4)}}), 1, 0.5, "findings"},
+      {"through holes at most 1 D", "plate", Rule(12150, {{2348, L(kAtMost, 0.9)}}), 2, 1.0, "findings"},
+      {"holes 2 mm apart, 1 t needed", "plate", Rule(12160, {{2374, L(kAtLeast, 1.0)}}), 1, 2.0, "findings"},
+      {"the same in inches", "plate", Rule(12160, {{2374, L(kAtLeast, 1.0)}}, 3), 1, 2.0 / 25.4, "findings"},
+      {"holes 2 mm apart, 0.4 t needed", "plate", Rule(12160, {{2374, L(kAtLeast, 0.4)}}), 0, 0, "passed"},
+      {"thick section above 6 mm", "thick", Rule(12080, {{3061, L(kAtMost, 6.0)}}), 1, 10, "findings"},
+      {"two sudden steps above 25 %", "thick", Rule(12120, {{3080, L(kAtMost, 25.0)}}), 2, 150, "findings"},
+      {"window undercut", "window", Rule(12100, {{3050, L(3, 1.0)}, {3051, L(kAtLeast, 0.1)}}), 2, 2.0, "findings"},
+      {"undercuts only from 3 mm", "window", Rule(12100, {{3050, L(3, 1.0)}, {3051, L(kAtLeast, 3.0)}}), 0, 0, "passed"},
+      {"boss outer draft", "boss", Rule(12176, {{2469, L(kAtLeast, 1.5)}}), 1, 1.0, "findings"},
+      {"no hole on the block", "drafted", Rule(12150, {{2347, L(kLess, 0.4)}}), 0, 0, "not checked"},
+      {"ribs not recognised", "rib", Rule(12070, {{3120, L(kAtMost, 0.6)}}), 0, 0, "not checked"},
+      {"rule without an evaluator", "plate", Rule(99999, {{1, L(kAtMost, 1.0)}}), 0, 0, "not checked"},
+  };
+  for (const EvaluatorCase& c : cases) {
+    const CheckReport report = CheckRules(Read(c.part), {c.rule}, {kUp, ""}, Budget(60s));
+    EXPECT_EQ(report.findings.size(), c.findings) << c.name;
+    for (const Finding& f : report.findings) {
+      EXPECT_NEAR(f.measured, c.measured, std::max(kThicknessShare * c.measured, kDraftTolerance)) << c.name;
+      EXPECT_FALSE(f.faces.empty()) << c.name;
+    }
+    const bool passed = std::count(report.passed.begin(), report.passed.end(), c.rule.id) == 1;
+    const bool notChecked = report.notChecked.size() == 1 && !report.notChecked[0].reason.empty();
+    EXPECT_EQ(std::string(c.verdict), passed ? "passed" : notChecked ? "not checked" : "findings") << c.name;
+  }
+}
+
+TEST(CheckerEvaluators, SwitchedOffRulesAreSkippedAndListed) {
+  RuleInput statusOff = Rule(12090, {{3030, L(kAtLeast, 3.0)}});
+  statusOff.status = 1;
+  Limit off = L(kAtLeast, 3.0);
+  off.enabled = false;
+  const RuleInput limitsOff = Rule(12150, {{2347, off}});
+  const CheckReport report = CheckRules(Read("drafted"), {statusOff, limitsOff}, {kUp, ""}, Budget(60s));
+  EXPECT_TRUE(report.findings.empty());
+  ASSERT_EQ(report.skipped.size(), 2u);
+  EXPECT_EQ(report.skipped[0].ruleId, 12090);
+  EXPECT_EQ(report.skipped[1].ruleId, 12150);
+}
+
+TEST(CheckerEvaluators, UniformThicknessNominalBecomesT) {
+  // With a nominal of 2 mm the plate's 4 mm walls deviate by 100 %, and the spacing limit follows t.
+  const RuleInput uniform = Rule(12030, {{3090, L(kAtMost, 10.0)}, {3091, L(3, 2.0)}});
+  const RuleInput spacing = Rule(12160, {{2374, L(kAtLeast, 0.8)}});
+  const CheckReport report = CheckRules(Read("plate"), {uniform, spacing}, {kUp, ""}, Budget(60s));
+  EXPECT_DOUBLE_EQ(report.nominalThickness, 2.0);
+  bool wallAt100 = false;
+  for (const Finding& f : report.findings) wallAt100 = wallAt100 || (f.ruleId == 12030 && std::fabs(f.measured - 100) < 5);
+  EXPECT_TRUE(wallAt100);
+  EXPECT_EQ(std::count(report.passed.begin(), report.passed.end(), 12160), 1);  // 2 mm >= 0.8 x 2 mm
+}
+
+}  // namespace
+
+namespace {
+
+// Real parts written by other CAD systems, as Debian ships them (occt-misc): checked within the budget,
+// nothing cut short, and what a person sees on them found.
+TEST(CheckerSamples, DebianStepSamplesAreCheckedPlausibly) {
+  struct Case {
+    const char* file;
+    double height;  // along Z, mm
+    std::size_t throughHoles;
+  };
+  const Case cases[] = {{"linkrods.step", 2.0, 2}, {"screw.step", 42.3, 0}};
+  for (const Case& c : cases) {
+    const std::string path = std::string("/usr/share/opencascade/data/step/") + c.file;
+    if (!std::ifstream(path)) GTEST_SKIP() << "occt-misc is not installed";
+    const PartCheck check = CheckStepFile(path, {}, {}, 60s);
+    ASSERT_TRUE(check.read.ok) << c.file << ": " << check.read.error;
+    EXPECT_EQ(check.read.part.solids, 1) << c.file;
+    EXPECT_NEAR(check.read.part.box.Size().z, c.height, 0.01 * c.height) << c.file;
+    EXPECT_TRUE(check.report.facts.skipped.empty()) << c.file;
+    const auto& holes = check.report.facts.holes;
+    EXPECT_EQ(static_cast<std::size_t>(std::count_if(holes.begin(), holes.end(), [](const Hole& h) { return h.through; })),
+              c.throughHoles)
+        << c.file;
+    EXPECT_EQ(check.report.facts.undercutArea, 0) << c.file << ": " << check.report.pullNote;
+  }
+}
+
+}  // namespace
