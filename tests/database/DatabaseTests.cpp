@@ -175,6 +175,7 @@ TEST_F(MaterialDb, ProgramsStartingAtOnceAllSeeTheWholeFactoryDatabase) {
         std::wstring table;
         const bool whole = db->OpenDefaultDatabase() == DbStatus::Ok && db->ListMaterials(materials) == DbStatus::Ok &&
                            materials.size() == 7 && db->GetCollector()->QueryToleranceTable(table);
+        if (!whole) std::fprintf(stderr, "%ls\n", db->ErrorText().c_str());
         ::_exit(whole ? 0 : 1);
       }
       children.push_back(child);

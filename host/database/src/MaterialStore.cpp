@@ -306,9 +306,6 @@ Outcome MaterialStore::ReadMaterials(std::vector<MaterialEntry>& materials) cons
 }
 
 Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed) {
-  if (!NothingAt(path)) {
-    return Outcome::Failure(DbStatus::CannotCreate, L"the material database " + path + L" exists already");
-  }
   const std::wstring folder = kvx::platform::ParentPath(path);
   if (!folder.empty()) {
     const auto made = kvx::platform::CreateDirectories(folder);
@@ -321,8 +318,9 @@ Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed) {
   if (std::wstring reason = BuildDatabaseImage(seed, image); !reason.empty()) {
     return Outcome::Failure(DbStatus::Internal, L"cannot build the factory material database: " + reason);
   }
-  // Two programs starting at once may both get here: the file appears whole or not at all, and whoever
-  // comes second uses the first one's database, which holds the same data.
+  // Two programs starting at once may both get here, each having seen no file a moment ago: the file
+  // appears whole or not at all, and whoever comes second uses the first one's database, which holds the
+  // same data. Refusing a file that is there by now would make the second program fail on its first start.
   std::wstring reason;
   if (kvx::platform::CreateFileAtomically(path, image, &reason) == kvx::platform::WriteOutcome::Failed) {
     return Outcome::Failure(DbStatus::CannotCreate, L"cannot create the material database: " + reason);
