@@ -6,12 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <string_view>
 
 #include "kvx/platform/Paths.h"
@@ -79,9 +78,9 @@ bool RemoveEmptyDirectory(const std::wstring& path) { return ::rmdir(Narrow(path
 bool RemoveFile(const std::wstring& path) { return ::unlink(Narrow(path).c_str()) == 0; }
 
 namespace {
-// Temporary files are named "<file>.tmp-<pid>-<random>": one whose process is gone belongs to a write
-// that was killed, and the next write of the same file removes it.
-constexpr std::string_view kTempMarker = ".tmp-";
+// Temporary files are named ".<file>.kvx-tmp-<pid>-<n>": hidden, recognisably ours, and one whose process
+// is gone belongs to a write that was killed, so the next write of the same file removes it.
+constexpr std::string_view kTempMarker = ".kvx-tmp-";
 
 std::string SystemReason(int error) { return std::strerror(error); }
 
@@ -116,7 +115,7 @@ bool ResolveLink(const std::string& path, std::string& target, std::string& reas
 
 // Removes the temporary files of `target` left by writes whose process no longer runs.
 void RemoveStaleTemporaries(const std::string& target) {
-  const std::string prefix = NameOf(target) + std::string(kTempMarker);
+  const std::string prefix = "." + NameOf(target) + std::string(kTempMarker);
   DIR* folder = ::opendir(FolderOf(target).c_str());
   if (!folder) return;
   while (const dirent* entry = ::readdir(folder)) {
@@ -133,11 +132,10 @@ void RemoveStaleTemporaries(const std::string& target) {
 }
 
 std::string TemporaryName(const std::string& target) {
-  static std::mt19937_64 random{std::random_device{}()};
-  char suffix[64];
-  std::snprintf(suffix, sizeof suffix, "%lld-%016llx", static_cast<long long>(::getpid()),
-                static_cast<unsigned long long>(random()));
-  return target + std::string(kTempMarker) + suffix;
+  // Threads of one process writing at once get different numbers; other processes differ by the pid.
+  static std::atomic<unsigned long> written{0};
+  return FolderOf(target) + "/." + NameOf(target) + std::string(kTempMarker) + std::to_string(::getpid()) + "-" +
+         std::to_string(++written);
 }
 
 // A replaced file keeps its permissions: a file kept private must stay private.
@@ -169,7 +167,7 @@ class PendingFile {
       }
       if (errno != EEXIST) break;
     }
-    reason = "cannot create a temporary file in " + FolderOf(target) + ": " + SystemReason(errno);
+    reason = "cannot write " + target + ": " + SystemReason(errno);
     return false;
   }
 
