@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <map>
 
@@ -123,7 +124,11 @@ DbStatus StatusOfSqliteError(int code) {
 
 Outcome SqliteFailure(sqlite3* db, int code, const std::wstring& path) {
   const DbStatus status = StatusOfSqliteError(code);
-  const std::wstring reason = Widen(db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
+  std::wstring reason = Widen(db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
+  // SQLite's own text ("unable to open database file") does not say why; the system's reason does.
+  if (const int systemError = db ? sqlite3_system_errno(db) : 0; systemError != 0) {
+    reason += L" (" + Widen(std::strerror(systemError)) + L")";
+  }
   if (status == DbStatus::NotADatabase) {
     return Outcome::Failure(status, path + L" is not a material database: " + reason);
   }

@@ -184,7 +184,7 @@ class PendingFile {
     }
     KeepModeOf(target, fd_);
     if (::fsync(fd_) == 0) return true;
-    reason = "cannot write " + target + " to the disk: " + SystemReason(errno);
+    reason = "cannot write " + target + ": " + SystemReason(errno);
     return false;
   }
 
