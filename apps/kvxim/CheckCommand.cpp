@@ -131,10 +131,10 @@ int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::o
     kvx::checker::WriteTextReport(result.read.part, result.report, out);
   if (!options.report.empty()) {
     // Written like a rule set: whole or not at all, through a link, with the system's reason on failure.
-    std::wstring writeError;
-    if (!kvx::platform::WriteFileAtomically(kvx::platform::Widen(options.report),
-                                            kvx::checker::HtmlReport(result.read.part, result.report, rules), &writeError)) {
-      err << "kvxim: " << kvx::platform::Narrow(writeError) << "\n";
+    const kvx::platform::WriteResult written = kvx::platform::WriteFileAtomically(
+        kvx::platform::Widen(options.report), kvx::checker::HtmlReport(result.read.part, result.report, rules));
+    if (!written) {
+      err << "kvxim: " << kvx::platform::Narrow(written.description) << "\n";
       return kCheckUnreadable;
     }
   }

@@ -121,14 +121,13 @@ class AtomicWrite : public ::testing::Test {
 };
 
 TEST_F(AtomicWrite, CreatesAndReplacesTheFileWhole) {
-  std::wstring error;
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "first", &error)) << Narrow(error);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "first"));
   EXPECT_EQ(ReadWholeFile(Target()), "first");
   std::string big(5 * 1024 * 1024, '\0');
   for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 31 % 251);
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), big, &error)) << Narrow(error);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), big));
   EXPECT_EQ(ReadWholeFile(Target()), big);
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "", &error));
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), ""));
   EXPECT_EQ(ReadWholeFile(Target()), "");
   EXPECT_EQ(EntriesIn(folder_.Path()), 1) << "no temporary file is left behind";
 }
@@ -155,16 +154,18 @@ TEST_F(AtomicWrite, FailuresKeepWhatIsThereAndGiveTheSystemsReason) {
   const struct {
     fs::path path;
     std::string reason;
+    int systemError;
   } cases[] = {
-      {folder_ / "missing" / "x.xml", std::strerror(ENOENT)},
-      {"", "no file name given"},
-      {folder_.Path(), std::strerror(EISDIR)},
-      {folder_ / "dangling.xml", "symbolic link"},  // refused: it is not replaced by a file of its own
+      {folder_ / "missing" / "x.xml", std::strerror(ENOENT), ENOENT},
+      {"", "no file name given", ENOENT},
+      {folder_.Path(), std::strerror(EISDIR), EISDIR},
+      {folder_ / "dangling.xml", "symbolic link", ENOENT},  // refused: it is not replaced by a file of its own
   };
-  for (const auto& [path, reason] : cases) {
-    std::wstring error;
-    EXPECT_FALSE(WriteFileAtomically(W(path), "new content", &error)) << path;
-    EXPECT_NE(Narrow(error).find(reason), std::string::npos) << path << ": " << Narrow(error);
+  for (const auto& [path, reason, systemError] : cases) {
+    const WriteResult result = WriteFileAtomically(W(path), "new content");
+    EXPECT_EQ(result.outcome, WriteOutcome::Failed) << path;
+    EXPECT_EQ(result.systemError, systemError) << path;
+    EXPECT_NE(Narrow(result.description).find(reason), std::string::npos) << path << ": " << Narrow(result.description);
   }
   EXPECT_TRUE(fs::is_symlink(folder_ / "dangling.xml"));
 
@@ -175,12 +176,11 @@ TEST_F(AtomicWrite, FailuresKeepWhatIsThereAndGiveTheSystemsReason) {
   struct rlimit small = saved;
   small.rlim_cur = 4096;
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-  std::wstring error;
-  const bool written = WriteFileAtomically(W(Target()), std::string(64 * 1024, 'n'), &error);
+  const WriteResult written = WriteFileAtomically(W(Target()), std::string(64 * 1024, 'n'));
   ::setrlimit(RLIMIT_FSIZE, &saved);
   ::signal(SIGXFSZ, previousHandler);
-  EXPECT_FALSE(written);
-  EXPECT_EQ(Narrow(error), "cannot write " + Target().string() + ": " + std::strerror(EFBIG));
+  EXPECT_EQ(written.systemError, EFBIG);
+  EXPECT_EQ(Narrow(written.description), "cannot write " + Target().string() + ": " + std::strerror(EFBIG));
   EXPECT_EQ(ReadWholeFile(Target()), "old content");
   EXPECT_EQ(EntriesIn(folder_.Path()), 2) << "no temporary file is left behind";
 }
@@ -189,8 +189,7 @@ TEST_F(AtomicWrite, ALinkIsWrittenThrough) {
   const fs::path real = folder_ / "real.xml";
   WriteWholeFile(real, "old");
   fs::create_symlink("real.xml", Target());
-  std::wstring error;
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "new", &error)) << Narrow(error);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "new"));
   EXPECT_TRUE(fs::is_symlink(Target()));
   EXPECT_EQ(ReadWholeFile(real), "new");
   EXPECT_EQ(EntriesIn(folder_.Path()), 2);
@@ -215,11 +214,11 @@ TEST_F(AtomicWrite, TemporariesOfKilledWritesGoAtTheNextWrite) {
 }
 
 TEST_F(AtomicWrite, CreatingNeverReplaces) {
-  std::wstring error;
-  EXPECT_EQ(CreateFileAtomically(W(Target()), "first", &error), WriteOutcome::Written) << Narrow(error);
-  EXPECT_EQ(CreateFileAtomically(W(Target()), "second", &error), WriteOutcome::AlreadyExists);
+  EXPECT_EQ(CreateFileAtomically(W(Target()), "first").outcome, WriteOutcome::Written);
+  EXPECT_EQ(CreateFileAtomically(W(Target()), "second").outcome, WriteOutcome::AlreadyExists);
   EXPECT_EQ(ReadWholeFile(Target()), "first");
-  EXPECT_EQ(CreateFileAtomically(W(folder_ / "missing" / "x"), "x", &error), WriteOutcome::Failed);
-  EXPECT_NE(Narrow(error).find(std::strerror(ENOENT)), std::string::npos) << Narrow(error);
+  const WriteResult missing = CreateFileAtomically(W(folder_ / "missing" / "x"), "x");
+  EXPECT_EQ(missing.outcome, WriteOutcome::Failed);
+  EXPECT_EQ(missing.systemError, ENOENT);
   EXPECT_EQ(EntriesIn(folder_.Path()), 1);
 }

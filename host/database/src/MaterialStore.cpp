@@ -326,9 +326,9 @@ Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed) {
   // Two programs starting at once may both get here, each having seen no file a moment ago: the file
   // appears whole or not at all, and whoever comes second uses the first one's database, which holds the
   // same data. Refusing a file that is there by now would make the second program fail on its first start.
-  std::wstring reason;
-  if (kvx::platform::CreateFileAtomically(path, image, &reason) == kvx::platform::WriteOutcome::Failed) {
-    return Outcome::Failure(DbStatus::CannotCreate, L"cannot create the material database: " + reason);
+  const kvx::platform::WriteResult created = kvx::platform::CreateFileAtomically(path, image);
+  if (created.outcome == kvx::platform::WriteOutcome::Failed) {
+    return Outcome::Failure(DbStatus::CannotCreate, L"cannot create the material database: " + created.description);
   }
   return {};
 }

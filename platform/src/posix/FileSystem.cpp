@@ -94,25 +94,6 @@ std::string NameOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-// The file a write of `path` replaces: a symbolic link is followed to the file it names, so that the link
-// stays and its target gets the new content. False, with the reason, for a link that leads nowhere.
-bool ResolveLink(const std::string& path, std::string& target, std::string& reason) {
-  struct stat st {};
-  if (::lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) {
-    target = path;
-    return true;
-  }
-  char* real = ::realpath(path.c_str(), nullptr);
-  if (!real) {
-    reason = "cannot write " + path + ": it is a symbolic link to a file that cannot be reached (" +
-             SystemReason(errno) + ")";
-    return false;
-  }
-  target = real;
-  std::free(real);
-  return true;
-}
-
 // Removes the temporary files of `target` left by writes whose process no longer runs.
 void RemoveStaleTemporaries(const std::string& target) {
   const std::string prefix = "." + NameOf(target) + std::string(kTempMarker);
@@ -155,37 +136,33 @@ class PendingFile {
     if (!name_.empty()) ::unlink(name_.c_str());
   }
 
-  bool Open(const std::string& target, std::string& reason) {
+  // 0, or the system's error number.
+  int Open(const std::string& target) {
     fd_ = ::open(FolderOf(target).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
-    if (fd_ >= 0) return true;
+    if (fd_ >= 0) return 0;
     for (int attempt = 0; attempt < 100; ++attempt) {
       std::string name = TemporaryName(target);
       fd_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
       if (fd_ >= 0) {
         name_ = std::move(name);
-        return true;
+        return 0;
       }
       if (errno != EEXIST) break;
     }
-    reason = "cannot write " + target + ": " + SystemReason(errno);
-    return false;
+    return errno;
   }
 
-  // Writes everything and makes it durable.
-  bool Complete(const std::string& bytes, const std::string& target, std::string& reason) {
+  // Writes everything and makes it durable. 0, or the system's error number.
+  int Complete(const std::string& bytes, const std::string& target) {
     for (size_t written = 0; written < bytes.size();) {
       const ssize_t n = ::write(fd_, bytes.data() + written, bytes.size() - written);
       if (n < 0 && errno == EINTR) continue;
-      if (n <= 0) {
-        reason = "cannot write " + target + ": " + SystemReason(n < 0 ? errno : EIO);
-        return false;
-      }
+      if (n < 0) return errno;
+      if (n == 0) return EIO;
       written += static_cast<size_t>(n);
     }
     KeepModeOf(target, fd_);
-    if (::fsync(fd_) == 0) return true;
-    reason = "cannot write " + target + ": " + SystemReason(errno);
-    return false;
+    return ::fsync(fd_) == 0 ? 0 : errno;
   }
 
   // Puts the complete file at `target`: in place of what is there, or only where nothing is yet
@@ -219,36 +196,53 @@ void SyncFolderOf(const std::string& target) {
   ::close(fd);
 }
 
-WriteOutcome WriteBeside(const std::string& target, const std::string& bytes, bool replace, std::string& reason) {
+WriteResult Failure(int error, const std::string& doing, const std::string& path, const std::string& detail = {}) {
+  return {WriteOutcome::Failed, error, Widen(doing + " " + path + ": " + detail + SystemReason(error))};
+}
+
+WriteResult WriteBeside(const std::string& target, const std::string& bytes, bool replace) {
   RemoveStaleTemporaries(target);
   PendingFile file;
-  if (!file.Open(target, reason) || !file.Complete(bytes, target, reason)) return WriteOutcome::Failed;
+  if (const int error = file.Open(target); error != 0) return Failure(error, "cannot write", target);
+  if (const int error = file.Complete(bytes, target); error != 0) return Failure(error, "cannot write", target);
   if (const int error = file.Publish(target, replace); error != 0) {
-    if (error == EEXIST && !replace) return WriteOutcome::AlreadyExists;
-    reason = (replace ? "cannot replace " : "cannot create ") + target + ": " + SystemReason(error);
-    return WriteOutcome::Failed;
+    if (error == EEXIST && !replace) return {WriteOutcome::AlreadyExists, 0, {}};
+    return Failure(error, replace ? "cannot replace" : "cannot create", target);
   }
-  SyncFolderOf(target);
-  return WriteOutcome::Written;
+  SyncFolderOf(target);  // the new file is in place already; a folder that cannot be synced changes nothing
+  return {WriteOutcome::Written, 0, {}};
 }
+
+// The file a write of `path` replaces: a symbolic link is followed to the file it names, so that the link
+// stays and its target gets the new content. A link that leads nowhere is refused, not replaced.
+WriteResult ResolveLink(const std::string& path, std::string& target) {
+  struct stat st {};
+  if (::lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) {
+    target = path;
+    return {WriteOutcome::Written, 0, {}};
+  }
+  char* real = ::realpath(path.c_str(), nullptr);
+  if (!real) {
+    const int error = errno;
+    return Failure(error, "cannot write", path, "it is a symbolic link to a file that cannot be reached: ");
+  }
+  target = real;
+  std::free(real);
+  return {WriteOutcome::Written, 0, {}};
+}
+
+WriteResult NoName() { return {WriteOutcome::Failed, ENOENT, L"no file name given"}; }
 }  // namespace
 
-bool WriteFileAtomically(const std::wstring& path, const std::string& bytes, std::wstring* error) {
+WriteResult WriteFileAtomically(const std::wstring& path, const std::string& bytes) {
+  if (path.empty()) return NoName();
   std::string target;
-  std::string reason = "no file name given";
-  if (!path.empty() && ResolveLink(Narrow(path), target, reason) &&
-      WriteBeside(target, bytes, true, reason) == WriteOutcome::Written) {
-    return true;
-  }
-  if (error) *error = Widen(reason);
-  return false;
+  if (WriteResult resolved = ResolveLink(Narrow(path), target); !resolved) return resolved;
+  return WriteBeside(target, bytes, true);
 }
 
-WriteOutcome CreateFileAtomically(const std::wstring& path, const std::string& bytes, std::wstring* error) {
-  std::string reason = "no file name given";
-  const WriteOutcome outcome = path.empty() ? WriteOutcome::Failed : WriteBeside(Narrow(path), bytes, false, reason);
-  if (outcome == WriteOutcome::Failed && error) *error = Widen(reason);
-  return outcome;
+WriteResult CreateFileAtomically(const std::wstring& path, const std::string& bytes) {
+  return path.empty() ? NoName() : WriteBeside(Narrow(path), bytes, false);
 }
 
 }  // namespace kvx::platform
