@@ -5,8 +5,8 @@
 //   KVX_FAULT_PATH   only calls on paths (or open files) whose name contains this text count
 //   KVX_FAULT_AFTER  how many such calls succeed before they start failing (default 0)
 //   KVX_FAULT_BYTES  for write: how many bytes go through before writes fail (instead of a call count)
-//   KVX_FAULT_COUNT  how many calls fail from there on (default: all of them, as on a full disk)
 //   KVX_FAULT_ERRNO  the error number the failing calls give; 0 kills the process there instead
+// Once calls fail, every later one of the kind fails too, as on a full disk.
 //   KVX_FAULT_NO_TMPFILE  when 1, files without a name cannot be opened (as on file systems that lack them)
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -62,8 +62,6 @@ static ssize_t Allowed(const char* call, int concerned, size_t size) {
     first = Setting("KVX_FAULT_AFTER", 0);
     if (done < first) return (ssize_t)size;
   }
-  const long count = Setting("KVX_FAULT_COUNT", -1);
-  if (count >= 0 && byteLimit < 0 && done >= first + count) return (ssize_t)size;
   const long error = Setting("KVX_FAULT_ERRNO", EIO);
   if (error == 0) raise(SIGKILL);
   errno = (int)error;
