@@ -4,6 +4,12 @@ if(KVX_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   add_link_options(-fsanitize=address,undefined)
 endif()
+# The fuzz build instruments every target for coverage; only the harnesses link the fuzzer's main.
+if(KVX_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+                      -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
 
 # kvx_shared_library(name ...sources): a shared library placed beside the others in bin/, versioned by
 # the project's version.

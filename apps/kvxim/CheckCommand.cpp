@@ -11,6 +11,7 @@
 #include "ModuleHost.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/RulePointerArray.h"
+#include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Text.h"
 
 #ifdef KVXIM_WITH_CHECKER
@@ -129,9 +130,11 @@ int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::o
   else
     kvx::checker::WriteTextReport(result.read.part, result.report, out);
   if (!options.report.empty()) {
-    std::string writeError;
-    if (!kvx::checker::WriteFileAtomically(options.report, kvx::checker::HtmlReport(result.read.part, result.report, rules), writeError)) {
-      err << "kvxim: " << writeError << "\n";
+    // Written like a rule set: whole or not at all, through a link, with the system's reason on failure.
+    const kvx::platform::WriteResult written = kvx::platform::WriteFileAtomically(
+        kvx::platform::Widen(options.report), kvx::checker::HtmlReport(result.read.part, result.report, rules));
+    if (!written) {
+      err << "kvxim: " << kvx::platform::Narrow(written.description) << "\n";
       return kCheckUnreadable;
     }
   }

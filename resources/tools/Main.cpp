@@ -56,9 +56,9 @@ int Compile(const Options& options) {
   if (!problems.empty()) return kInputError;
 
   const std::string source = kvx::rescomp::GenerateResourceSource(parse.table, pictures.pictures);
-  std::wstring error;
-  if (!kvx::platform::WriteFileAtomically(kvx::platform::Widen(options.output.string()), source, &error)) {
-    std::cerr << options.output.string() << ": error: cannot write: " << kvx::platform::Narrow(error) << '\n';
+  const kvx::platform::WriteResult written = kvx::platform::WriteFileAtomically(kvx::platform::Widen(options.output.string()), source);
+  if (!written) {
+    std::cerr << options.output.string() << ": error: " << kvx::platform::Narrow(written.description) << '\n';
     return kInputError;
   }
   return 0;

@@ -4,9 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -150,6 +152,47 @@ TEST_F(MaterialDb, DefaultDatabaseIsCreatedFromTheShippedDataAndThenLeftToTheUse
   materials = List();
   EXPECT_THAT(NamesOf(materials), ElementsAre("ABS", "PC", "PPE", "PA6-GF30", "PBT", "AISI_304"));
   EXPECT_THAT(materials.back().bands.front(), IsBand(0.5, 3.0, 0.5, 0.1));
+}
+
+TEST_F(MaterialDb, ProgramsStartingAtOnceAllSeeTheWholeFactoryDatabase) {
+  // Each round, several processes wait at one pipe and then open the missing default database together.
+  constexpr int kRounds = 5;
+  constexpr int kProcesses = 6;
+  int incomplete = 0;
+  for (int round = 0; round < kRounds; ++round) {
+    fs::remove_all(defaultFile_.parent_path());
+    int go[2];
+    ASSERT_EQ(::pipe(go), 0);
+    std::vector<pid_t> children;
+    for (int i = 0; i < kProcesses; ++i) {
+      const pid_t child = ::fork();
+      if (child == 0) {
+        ::close(go[1]);
+        char byte = 0;
+        if (::read(go[0], &byte, 1) < 0) ::_exit(2);
+        kvx_db::KVXDataHelper* db = KvxDbGetDataHelper();
+        std::vector<MaterialEntry> materials;
+        std::wstring table;
+        const bool whole = db->OpenDefaultDatabase() == DbStatus::Ok && db->ListMaterials(materials) == DbStatus::Ok &&
+                           materials.size() == 7 && db->GetCollector()->QueryToleranceTable(table);
+        if (!whole) std::fprintf(stderr, "%ls\n", db->ErrorText().c_str());
+        ::_exit(whole ? 0 : 1);
+      }
+      children.push_back(child);
+    }
+    ::close(go[0]);
+    ::close(go[1]);  // end of file wakes every child at once
+    for (pid_t child : children) {
+      int status = 0;
+      ::waitpid(child, &status, 0);
+      if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) ++incomplete;
+    }
+    EXPECT_EQ(SqlText(defaultFile_, "PRAGMA integrity_check"), "ok");
+  }
+  std::printf("first start: %d processes in %d rounds, %d without the whole database\n", kProcesses * kRounds,
+              kRounds, incomplete);
+  EXPECT_EQ(incomplete, 0);
+  EXPECT_EQ(std::distance(fs::directory_iterator(defaultFile_.parent_path()), fs::directory_iterator()), 1);
 }
 
 TEST_F(MaterialDb, DefaultPathFollowsTheEnvironment) {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <thread>
@@ -120,14 +121,13 @@ class AtomicWrite : public ::testing::Test {
 };
 
 TEST_F(AtomicWrite, CreatesAndReplacesTheFileWhole) {
-  std::wstring error;
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "first", &error)) << Narrow(error);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "first"));
   EXPECT_EQ(ReadWholeFile(Target()), "first");
   std::string big(5 * 1024 * 1024, '\0');
   for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 31 % 251);
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), big, &error)) << Narrow(error);
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), big));
   EXPECT_EQ(ReadWholeFile(Target()), big);
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "", &error));
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), ""));
   EXPECT_EQ(ReadWholeFile(Target()), "");
   EXPECT_EQ(EntriesIn(folder_.Path()), 1) << "no temporary file is left behind";
 }
@@ -148,41 +148,77 @@ TEST_F(AtomicWrite, NewFileFollowsTheUmaskAndAReplacedFileKeepsItsMode) {
   ::umask(savedMask);
 }
 
-TEST_F(AtomicWrite, BadTargetsFailWithAReason) {
-  for (const std::wstring& path : {W(folder_ / "missing" / "x.xml"), std::wstring(), W(folder_.Path())}) {
-    std::wstring error;
-    EXPECT_FALSE(WriteFileAtomically(path, "data", &error)) << Narrow(path);
-    EXPECT_FALSE(error.empty()) << Narrow(path);
+TEST_F(AtomicWrite, FailuresKeepWhatIsThereAndGiveTheSystemsReason) {
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "old content"));
+  fs::create_symlink("nowhere/x.xml", folder_ / "dangling.xml");
+  const struct {
+    fs::path path;
+    std::string reason;
+    int systemError;
+  } cases[] = {
+      {folder_ / "missing" / "x.xml", std::strerror(ENOENT), ENOENT},
+      {"", "no file name given", ENOENT},
+      {folder_.Path(), std::strerror(EISDIR), EISDIR},
+      {folder_ / "dangling.xml", "symbolic link", ENOENT},  // refused: it is not replaced by a file of its own
+  };
+  for (const auto& [path, reason, systemError] : cases) {
+    const WriteResult result = WriteFileAtomically(W(path), "new content");
+    EXPECT_EQ(result.outcome, WriteOutcome::Failed) << path;
+    EXPECT_EQ(result.systemError, systemError) << path;
+    EXPECT_NE(Narrow(result.description).find(reason), std::string::npos) << path << ": " << Narrow(result.description);
   }
-  EXPECT_TRUE(fs::is_directory(folder_.Path())) << "a folder is not replaced";
-}
+  EXPECT_TRUE(fs::is_symlink(folder_ / "dangling.xml"));
 
-TEST_F(AtomicWrite, FolderNotWritableLeavesTheOldFileUntouched) {
-  KVX_SKIP_IF_SUPERUSER();
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "old content"));
-  MakeReadOnly(folder_.Path());
-  std::wstring error;
-  EXPECT_FALSE(WriteFileAtomically(W(Target()), "new content", &error));
-  EXPECT_FALSE(error.empty());
-  EXPECT_EQ(ReadWholeFile(Target()), "old content");
-  EXPECT_EQ(EntriesIn(folder_.Path()), 1);
-}
-
-TEST_F(AtomicWrite, FailedWriteLeavesTheOldFileUntouched) {
-  // A file-size limit makes the write fail half-way, for the superuser too.
-  ASSERT_TRUE(WriteFileAtomically(W(Target()), "old content"));
+  // A file-size limit makes the write itself fail half-way, for the superuser too.
   struct rlimit saved {};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
   const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
   struct rlimit small = saved;
   small.rlim_cur = 4096;
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-  std::wstring error;
-  const bool written = WriteFileAtomically(W(Target()), std::string(64 * 1024, 'n'), &error);
+  const WriteResult written = WriteFileAtomically(W(Target()), std::string(64 * 1024, 'n'));
   ::setrlimit(RLIMIT_FSIZE, &saved);
   ::signal(SIGXFSZ, previousHandler);
-  EXPECT_FALSE(written);
-  EXPECT_FALSE(error.empty());
+  EXPECT_EQ(written.systemError, EFBIG);
+  EXPECT_EQ(Narrow(written.description), "cannot write " + Target().string() + ": " + std::strerror(EFBIG));
   EXPECT_EQ(ReadWholeFile(Target()), "old content");
-  EXPECT_EQ(EntriesIn(folder_.Path()), 1) << "the partial temporary file is removed";
+  EXPECT_EQ(EntriesIn(folder_.Path()), 2) << "no temporary file is left behind";
+}
+
+TEST_F(AtomicWrite, ALinkIsWrittenThrough) {
+  const fs::path real = folder_ / "real.xml";
+  WriteWholeFile(real, "old");
+  fs::create_symlink("real.xml", Target());
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "new"));
+  EXPECT_TRUE(fs::is_symlink(Target()));
+  EXPECT_EQ(ReadWholeFile(real), "new");
+  EXPECT_EQ(EntriesIn(folder_.Path()), 2);
+}
+
+TEST_F(AtomicWrite, TemporariesOfKilledWritesGoAtTheNextWrite) {
+  const pid_t gone = ::fork();
+  if (gone == 0) ::_exit(0);
+  ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
+  const std::string dead = std::to_string(gone);
+  const std::string alive = std::to_string(::getpid());
+  const std::vector<std::pair<std::string, bool>> leftovers = {
+      {".rules.xml.kvx-tmp-" + dead + "-7", false},  // a killed write of this file
+      {".rules.xml.kvx-tmp-" + alive + "-7", true},  // a write still running
+      {".other.xml.kvx-tmp-" + dead + "-7", true},   // another file's business
+      {".rules.xml.kvx-tmp-notes", true},            // not a name this writer gives
+      {"rules.xml.kvx-tmp-" + dead + "-7", true},    // nor this
+  };
+  for (const auto& [name, kept] : leftovers) WriteWholeFile(folder_ / name, "partial");
+  ASSERT_TRUE(WriteFileAtomically(W(Target()), "content"));
+  for (const auto& [name, kept] : leftovers) EXPECT_EQ(fs::exists(folder_ / name), kept) << name;
+}
+
+TEST_F(AtomicWrite, CreatingNeverReplaces) {
+  EXPECT_EQ(CreateFileAtomically(W(Target()), "first").outcome, WriteOutcome::Written);
+  EXPECT_EQ(CreateFileAtomically(W(Target()), "second").outcome, WriteOutcome::AlreadyExists);
+  EXPECT_EQ(ReadWholeFile(Target()), "first");
+  const WriteResult missing = CreateFileAtomically(W(folder_ / "missing" / "x"), "x");
+  EXPECT_EQ(missing.outcome, WriteOutcome::Failed);
+  EXPECT_EQ(missing.systemError, ENOENT);
+  EXPECT_EQ(EntriesIn(folder_.Path()), 1);
 }

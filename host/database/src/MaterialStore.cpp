@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <map>
 
@@ -123,7 +124,11 @@ DbStatus StatusOfSqliteError(int code) {
 
 Outcome SqliteFailure(sqlite3* db, int code, const std::wstring& path) {
   const DbStatus status = StatusOfSqliteError(code);
-  const std::wstring reason = Widen(db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
+  std::wstring reason = Widen(db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
+  // SQLite's own text ("unable to open database file") does not say why; the system's reason does.
+  if (const int systemError = db ? sqlite3_system_errno(db) : 0; systemError != 0) {
+    reason += L" (" + Widen(std::strerror(systemError)) + L")";
+  }
   if (status == DbStatus::NotADatabase) {
     return Outcome::Failure(status, path + L" is not a material database: " + reason);
   }
@@ -306,9 +311,6 @@ Outcome MaterialStore::ReadMaterials(std::vector<MaterialEntry>& materials) cons
 }
 
 Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed) {
-  if (!NothingAt(path)) {
-    return Outcome::Failure(DbStatus::CannotCreate, L"the material database " + path + L" exists already");
-  }
   const std::wstring folder = kvx::platform::ParentPath(path);
   if (!folder.empty()) {
     const auto made = kvx::platform::CreateDirectories(folder);
@@ -321,9 +323,12 @@ Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed) {
   if (std::wstring reason = BuildDatabaseImage(seed, image); !reason.empty()) {
     return Outcome::Failure(DbStatus::Internal, L"cannot build the factory material database: " + reason);
   }
-  std::wstring reason;
-  if (!kvx::platform::WriteFileAtomically(path, image, &reason)) {
-    return Outcome::Failure(DbStatus::CannotCreate, L"cannot create the material database: " + reason);
+  // Two programs starting at once may both get here, each having seen no file a moment ago: the file
+  // appears whole or not at all, and whoever comes second uses the first one's database, which holds the
+  // same data. Refusing a file that is there by now would make the second program fail on its first start.
+  const kvx::platform::WriteResult created = kvx::platform::CreateFileAtomically(path, image);
+  if (created.outcome == kvx::platform::WriteOutcome::Failed) {
+    return Outcome::Failure(DbStatus::CannotCreate, L"cannot create the material database: " + created.description);
   }
   return {};
 }

@@ -46,8 +46,9 @@ class MaterialStore {
 bool NothingAt(const std::wstring& path);
 
 // Writes a new database holding `seed` to `path` (creating missing folders) through a temporary file
-// and a rename. CannotCreate when a folder or the file cannot be written; an existing file is refused,
-// never overwritten.
+// that is linked into place complete. CannotCreate when a folder or the file cannot be written. Whatever
+// is at `path` already (another program starting at the same time may have just made it) is never
+// overwritten and counts as done: opening it checks it.
 Outcome CreateDatabaseFile(const std::wstring& path, const SeedData& seed);
 
 }  // namespace kvx_db::detail

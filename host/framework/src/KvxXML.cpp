@@ -374,7 +374,9 @@ std::string KvxXMLDocument::ToText() const {
 }
 
 bool KvxXMLDocument::SaveFile(const std::wstring& path, std::wstring& error) const {
-  return kvx::platform::WriteFileAtomically(path, ToText(), &error);
+  const kvx::platform::WriteResult written = kvx::platform::WriteFileAtomically(path, ToText());
+  error = written.description;
+  return static_cast<bool>(written);
 }
 
 pugi::xml_node KvxXMLDocument::Staging() {

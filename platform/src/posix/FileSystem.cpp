@@ -1,12 +1,17 @@
 #include "kvx/platform/FileSystem.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <cstdio>
-#include <random>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
 
 #include "kvx/platform/Paths.h"
 #include "kvx/platform/Text.h"
@@ -27,46 +32,6 @@ ProbeError FromErrno(int error) {
   }
 }
 
-// A new file beside `target`, created with the usual permissions (0666 less the umask); its name goes
-// to `temp`. -1 when none can be made.
-int CreateTemporaryBeside(const std::string& target, std::string& temp) {
-  static std::mt19937_64 random{std::random_device{}()};
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    char suffix[32];
-    std::snprintf(suffix, sizeof suffix, ".tmp-%016llx", static_cast<unsigned long long>(random()));
-    temp = target + suffix;
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0 || errno != EEXIST) return fd;
-  }
-  return -1;
-}
-
-bool WriteAll(int fd, const std::string& bytes) {
-  size_t written = 0;
-  while (written < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    written += static_cast<size_t>(n);
-  }
-  return true;
-}
-
-// A replaced file keeps its permissions: a file kept private must stay private.
-void KeepModeOf(const std::string& target, int fd) {
-  struct stat st {};
-  if (::stat(target.c_str(), &st) == 0 && S_ISREG(st.st_mode)) ::fchmod(fd, st.st_mode & 07777);
-}
-
-// Makes the rename itself durable.
-void SyncFolderOf(const std::string& target) {
-  const auto slash = target.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
-  const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  ::fsync(fd);
-  ::close(fd);
-}
 }  // namespace
 
 ProbeError TryOpenExistingForWriting(const std::wstring& path) {
@@ -112,25 +77,172 @@ bool RemoveEmptyDirectory(const std::wstring& path) { return ::rmdir(Narrow(path
 
 bool RemoveFile(const std::wstring& path) { return ::unlink(Narrow(path).c_str()) == 0; }
 
-bool WriteFileAtomically(const std::wstring& path, const std::string& bytes, std::wstring* error) {
-  const auto fail = [&](const std::wstring& reason) {
-    if (error) *error = reason;
-    return false;
-  };
-  if (path.empty()) return fail(L"no file name given");
-  const std::string target = Narrow(path);
-  std::string temp;
-  const int fd = CreateTemporaryBeside(target, temp);
-  if (fd < 0) return fail(L"cannot create a temporary file beside " + path);
-  const bool complete = WriteAll(fd, bytes) && ::fsync(fd) == 0;
-  KeepModeOf(target, fd);
-  const bool closed = ::close(fd) == 0;
-  if (!complete || !closed || ::rename(temp.c_str(), target.c_str()) != 0) {
-    ::unlink(temp.c_str());
-    return fail(L"cannot write " + path);
+namespace {
+// Temporary files are named ".<file>.kvx-tmp-<pid>-<n>": hidden, recognisably ours, and one whose process
+// is gone belongs to a write that was killed, so the next write of the same file removes it.
+constexpr std::string_view kTempMarker = ".kvx-tmp-";
+
+std::string SystemReason(int error) { return std::strerror(error); }
+
+std::string FolderOf(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string NameOf(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// Removes the temporary files of `target` left by writes whose process no longer runs.
+void RemoveStaleTemporaries(const std::string& target) {
+  const std::string prefix = "." + NameOf(target) + std::string(kTempMarker);
+  DIR* folder = ::opendir(FolderOf(target).c_str());
+  if (!folder) return;
+  while (const dirent* entry = ::readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name.substr(0, prefix.size()) != prefix) continue;
+    const std::string_view rest = name.substr(prefix.size());
+    long long pid = 0;
+    const auto [end, ec] = std::from_chars(rest.data(), rest.data() + rest.size(), pid);
+    if (ec != std::errc() || end == rest.data() + rest.size() || *end != '-' || pid <= 0) continue;
+    if (::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH) continue;  // still running, or not ours to judge
+    ::unlinkat(::dirfd(folder), entry->d_name, 0);
   }
-  SyncFolderOf(target);
-  return true;
+  ::closedir(folder);
+}
+
+std::string TemporaryName(const std::string& target) {
+  // Threads of one process writing at once get different numbers; other processes differ by the pid.
+  static std::atomic<unsigned long> written{0};
+  return FolderOf(target) + "/." + NameOf(target) + std::string(kTempMarker) + std::to_string(::getpid()) + "-" +
+         std::to_string(++written);
+}
+
+// A replaced file keeps its permissions: a file kept private must stay private.
+void KeepModeOf(const std::string& target, int fd) {
+  struct stat st {};
+  if (::stat(target.c_str(), &st) == 0 && S_ISREG(st.st_mode)) ::fchmod(fd, st.st_mode & 07777);
+}
+
+// A file being written beside its target, created with the usual permissions (0666 less the umask).
+// Where the file system allows it the file has no name until it is complete, so a write killed half-way
+// leaves nothing behind; otherwise it has a temporary name, removed on every failure path here and by the
+// next write after a kill.
+class PendingFile {
+ public:
+  ~PendingFile() {
+    if (fd_ >= 0) ::close(fd_);
+    if (!name_.empty()) ::unlink(name_.c_str());
+  }
+
+  // 0, or the system's error number.
+  int Open(const std::string& target) {
+    fd_ = ::open(FolderOf(target).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+    if (fd_ >= 0) return 0;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      std::string name = TemporaryName(target);
+      fd_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+      if (fd_ >= 0) {
+        name_ = std::move(name);
+        return 0;
+      }
+      if (errno != EEXIST) break;
+    }
+    return errno;
+  }
+
+  // Writes everything and makes it durable. 0, or the system's error number.
+  int Complete(const std::string& bytes, const std::string& target) {
+    for (size_t written = 0; written < bytes.size();) {
+      const ssize_t n = ::write(fd_, bytes.data() + written, bytes.size() - written);
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) return errno;
+      if (n == 0) return EIO;
+      written += static_cast<size_t>(n);
+    }
+    KeepModeOf(target, fd_);
+    return ::fsync(fd_) == 0 ? 0 : errno;
+  }
+
+  // Puts the complete file at `target`: in place of what is there, or only where nothing is yet
+  // (`replace` false). 0 or the system's error number (EEXIST when something was there).
+  int Publish(const std::string& target, bool replace) {
+    if (name_.empty()) {
+      // An unnamed file gets a name by a link, which never replaces anything.
+      const std::string self = "/proc/self/fd/" + std::to_string(fd_);
+      std::string name = replace ? TemporaryName(target) : target;
+      if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0) return errno;
+      if (!replace) return 0;
+      name_ = std::move(name);
+    }
+    if (replace ? ::rename(name_.c_str(), target.c_str()) != 0 : ::link(name_.c_str(), target.c_str()) != 0) {
+      return errno;
+    }
+    if (replace) name_.clear();  // the name is the target's now
+    return 0;
+  }
+
+ private:
+  int fd_ = -1;
+  std::string name_;
+};
+
+// Makes the rename itself durable.
+void SyncFolderOf(const std::string& target) {
+  const int fd = ::open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
+
+WriteResult Failure(int error, const std::string& doing, const std::string& path, const std::string& detail = {}) {
+  return {WriteOutcome::Failed, error, Widen(doing + " " + path + ": " + detail + SystemReason(error))};
+}
+
+WriteResult WriteBeside(const std::string& target, const std::string& bytes, bool replace) {
+  RemoveStaleTemporaries(target);
+  PendingFile file;
+  if (const int error = file.Open(target); error != 0) return Failure(error, "cannot write", target);
+  if (const int error = file.Complete(bytes, target); error != 0) return Failure(error, "cannot write", target);
+  if (const int error = file.Publish(target, replace); error != 0) {
+    if (error == EEXIST && !replace) return {WriteOutcome::AlreadyExists, 0, {}};
+    return Failure(error, replace ? "cannot replace" : "cannot create", target);
+  }
+  SyncFolderOf(target);  // the new file is in place already; a folder that cannot be synced changes nothing
+  return {WriteOutcome::Written, 0, {}};
+}
+
+// The file a write of `path` replaces: a symbolic link is followed to the file it names, so that the link
+// stays and its target gets the new content. A link that leads nowhere is refused, not replaced.
+WriteResult ResolveLink(const std::string& path, std::string& target) {
+  struct stat st {};
+  if (::lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) {
+    target = path;
+    return {WriteOutcome::Written, 0, {}};
+  }
+  char* real = ::realpath(path.c_str(), nullptr);
+  if (!real) {
+    const int error = errno;
+    return Failure(error, "cannot write", path, "it is a symbolic link to a file that cannot be reached: ");
+  }
+  target = real;
+  std::free(real);
+  return {WriteOutcome::Written, 0, {}};
+}
+
+WriteResult NoName() { return {WriteOutcome::Failed, ENOENT, L"no file name given"}; }
+}  // namespace
+
+WriteResult WriteFileAtomically(const std::wstring& path, const std::string& bytes) {
+  if (path.empty()) return NoName();
+  std::string target;
+  if (WriteResult resolved = ResolveLink(Narrow(path), target); !resolved) return resolved;
+  return WriteBeside(target, bytes, true);
+}
+
+WriteResult CreateFileAtomically(const std::wstring& path, const std::string& bytes) {
+  return path.empty() ? NoName() : WriteBeside(Narrow(path), bytes, false);
 }
 
 }  // namespace kvx::platform

@@ -109,7 +109,7 @@ bool StoreNumber(SettingsHive hive, const std::wstring& key, const std::wstring&
   if (member) *member = number;
   else (*values)[name] = number;
   CreateDirectories(SettingsDirectory(hive));
-  return WriteFileAtomically(SettingsFilePath(hive), store.document.dump(2) + "\n");
+  return static_cast<bool>(WriteFileAtomically(SettingsFilePath(hive), store.document.dump(2) + "\n"));
 }
 }  // namespace
 

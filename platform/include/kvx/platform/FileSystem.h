@@ -20,10 +20,25 @@ KVX_PLATFORM_API ProbeError CreateDirectories(const std::wstring& path);
 KVX_PLATFORM_API ProbeError CreateOneDirectory(const std::wstring& path);
 KVX_PLATFORM_API bool RemoveEmptyDirectory(const std::wstring& path);
 KVX_PLATFORM_API bool RemoveFile(const std::wstring& path);
-// Writes `bytes` to `path` through a temporary file in the same folder and a rename, so the old
-// file is replaced only once the new one is complete. False (old file untouched) on any failure,
-// with the reason in `error` when given.
-KVX_PLATFORM_API bool WriteFileAtomically(const std::wstring& path, const std::string& bytes,
-                                          std::wstring* error = nullptr);
+enum class WriteOutcome { Written, AlreadyExists, Failed };
+
+// What a write did and, when it failed, why: the system's error number and a sentence that names the
+// file and gives the system's reason ("cannot write /x/rules.xml: No space left on device").
+struct WriteResult {
+  WriteOutcome outcome = WriteOutcome::Failed;
+  int systemError = 0;
+  std::wstring description;
+  explicit operator bool() const { return outcome == WriteOutcome::Written; }
+};
+
+// Writes `bytes` to `path` through a temporary file in the same folder, synced, then renamed over it, so
+// the old file is replaced only once the new one is complete. A symbolic link is written through: the link
+// stays and the file it names gets the content. On any failure the old file is untouched and no temporary
+// file is left; temporaries that a killed write of the same file left behind are removed.
+KVX_PLATFORM_API WriteResult WriteFileAtomically(const std::wstring& path, const std::string& bytes);
+
+// Like WriteFileAtomically, but only where nothing is yet: when another process got there first, its
+// file stays and the outcome is AlreadyExists. Readers see either no file or the complete one.
+KVX_PLATFORM_API WriteResult CreateFileAtomically(const std::wstring& path, const std::string& bytes);
 
 }  // namespace kvx::platform

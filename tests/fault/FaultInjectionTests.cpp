@@ -1,0 +1,300 @@
+// Saves and the material database's first creation under injected faults: file-system calls that fail
+// with a chosen error (through the LD_PRELOAD shim beside this file) and kills at chosen calls or at
+// random moments. After every fault the old file is intact or the new one complete, nothing temporary
+// stays behind, and a failure is explained with the system's reason.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Environment = std::vector<std::pair<std::string, std::string>>;
+
+constexpr int kKill = 0;  // as the error of a fault: the process is killed at that call instead
+
+struct Fault {
+  const char* call;  // open, write, fsync, link or rename (see FaultShim.c)
+  long after;        // calls that succeed first; bytes, for a write whose `bytes` is set
+  bool bytes;
+  int error;
+};
+
+std::string Describe(const Fault& fault) {
+  return std::string(fault.call) + " after " + std::to_string(fault.after) + (fault.bytes ? " bytes: " : " calls: ") +
+         (fault.error == kKill ? "killed" : std::strerror(fault.error));
+}
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// The names in `folder` other than `keep`: what a write left behind.
+std::vector<std::string> LeftIn(const fs::path& folder, const std::string& keep) {
+  std::vector<std::string> left;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (entry.path().filename() != keep) left.push_back(entry.path().filename().string());
+  }
+  return left;
+}
+
+struct Finished {
+  bool killed = false;
+  int exitCode = -1;
+  std::string err;
+};
+
+// kvxim as its own process, standard error into `errFile`, `environment` added to ours.
+class Kvxim {
+ public:
+  Kvxim(const std::vector<std::string>& args, const Environment& environment, fs::path errFile)
+      : errFile_(std::move(errFile)) {
+    pid_ = ::fork();
+    if (pid_ != 0) return;
+    for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
+    const int nothing = ::open("/dev/null", O_RDWR);
+    const int err = ::open(errFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ::dup2(nothing, 0);
+    ::dup2(nothing, 1);
+    ::dup2(err, 2);
+    std::string program = KVX_BIN_DIR "/kvxim";
+    std::vector<char*> argv{program.data()};
+    std::vector<std::string> copies = args;
+    for (std::string& arg : copies) argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    ::execv(program.c_str(), argv.data());
+    ::_exit(127);
+  }
+
+  void Kill() const { ::kill(pid_, SIGKILL); }
+
+  Finished Wait() const {
+    int status = 0;
+    ::waitpid(pid_, &status, 0);
+    return {WIFSIGNALED(status), WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(errFile_)};
+  }
+
+ private:
+  fs::path errFile_;
+  pid_t pid_ = -1;
+};
+
+struct Tally {
+  int tries = 0, oldIntact = 0, newComplete = 0;
+};
+
+class Faults : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("kvx-fault-" + std::to_string(::getpid()) + "-" +
+                                          ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(folder_ / "out");
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  Environment Database(const fs::path& file) const { return {{"KVX_MATERIAL_DB", file.string()}}; }
+
+  // The shim, set to inject `fault` into calls on paths under `folder`.
+  Environment Injecting(const Fault& fault, const fs::path& folder, bool noUnnamedFiles) const {
+    Environment environment = Database(folder_ / "materials.sqlite");
+    environment.insert(environment.end(), {{"LD_PRELOAD", KVX_FAULT_SHIM},
+                                           {"KVX_FAULT_CALL", fault.call},
+                                           {"KVX_FAULT_PATH", folder.string()},
+                                           {fault.bytes ? "KVX_FAULT_BYTES" : "KVX_FAULT_AFTER", std::to_string(fault.after)},
+                                           {"KVX_FAULT_ERRNO", std::to_string(fault.error)},
+                                           {"KVX_FAULT_NO_TMPFILE", noUnnamedFiles ? "1" : "0"}});
+    return environment;
+  }
+
+  Finished Run(const std::vector<std::string>& args, const Environment& environment) const {
+    return Kvxim(args, environment, folder_ / "stderr").Wait();
+  }
+
+  // Runs kvxim without faults; fails the test when it does not succeed.
+  void RunCleanly(const std::vector<std::string>& args, const Environment& environment) const {
+    const Finished run = Run(args, environment);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+  }
+
+  // A material database that SQLite finds sound and that holds the whole factory data.
+  static std::string DatabaseProblem(const fs::path& file) {
+    sqlite3* db = nullptr;
+    std::string problem;
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) problem = "cannot be opened";
+    const auto text = [&](const char* sql) {
+      sqlite3_stmt* statement = nullptr;
+      std::string result;
+      if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) == SQLITE_OK && sqlite3_step(statement) == SQLITE_ROW) {
+        result = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+      }
+      sqlite3_finalize(statement);
+      return result;
+    };
+    if (problem.empty() && text("PRAGMA integrity_check") != "ok") problem = "fails the integrity check";
+    if (problem.empty() && text("SELECT count(*) FROM materials") != "7") problem = "lacks materials";
+    sqlite3_close(db);
+    return problem;
+  }
+
+  fs::path folder_;
+};
+
+const Fault kErrorFaults[] = {
+    {"open", 0, false, EACCES}, {"write", 0, true, ENOSPC}, {"write", 4096, true, EDQUOT},
+    {"fsync", 0, false, EIO},   {"link", 0, false, ENOSPC}, {"rename", 0, false, EROFS},
+};
+const Fault kKills[] = {
+    {"open", 0, false, kKill},  {"write", 4096, true, kKill}, {"fsync", 0, false, kKill},
+    {"link", 0, false, kKill},  {"rename", 0, false, kKill},  {"fsync", 1, false, kKill},
+};
+
+TEST_F(Faults, SavedRuleSetIsTheOldOneOrTheNewOneWhole) {
+  const fs::path factory = folder_ / "factory.xml", inches = folder_ / "inches.xml", target = folder_ / "out" / "rules.xml";
+  const Environment plain = Database(folder_ / "materials.sqlite");
+  RunCleanly({"new", "-o", factory.string()}, plain);
+  RunCleanly({"convert", factory.string(), "--length", "inch", "--angle", "radian", "-o", inches.string()}, plain);
+  const struct {
+    std::vector<std::string> args;
+    fs::path old, written;
+    bool noUnnamedFiles;
+  } saves[] = {
+      {{"new", "-o", target.string()}, inches, factory, false},
+      {{"new", "-o", target.string()}, inches, factory, true},
+      {{"convert", factory.string(), "--length", "inch", "--angle", "radian", "-o", target.string()}, factory, inches,
+       false},
+  };
+  std::vector<Fault> faults(std::begin(kErrorFaults), std::end(kErrorFaults));
+  faults.insert(faults.end(), std::begin(kKills), std::end(kKills));
+  Tally tally;
+  for (const auto& save : saves) {
+    const std::string old = ReadFile(save.old), written = ReadFile(save.written);
+    for (const Fault& fault : faults) {
+      SCOPED_TRACE(save.args.front() + (save.noUnnamedFiles ? " (named temporary files), " : ", ") + Describe(fault));
+      fs::copy_file(save.old, target, fs::copy_options::overwrite_existing);
+      const Finished run = Run(save.args, Injecting(fault, target.parent_path(), save.noUnnamedFiles));
+      const std::string now = ReadFile(target);
+      ++tally.tries;
+      tally.oldIntact += now == old;
+      tally.newComplete += now == written;
+      EXPECT_TRUE(now == old || now == written) << "damaged: " << now.size() << " bytes";
+      if (run.exitCode == 0) {
+        EXPECT_EQ(now, written);
+      }
+      if (fault.error != kKill && run.exitCode != 0) {
+        EXPECT_NE(run.err.find(target.string() + ": " + std::strerror(fault.error)), std::string::npos) << run.err;
+      }
+      // A failed write cleans up at once; what a killed one left is gone after the next write.
+      if (fault.error == kKill) RunCleanly(save.args, plain);
+      EXPECT_EQ(LeftIn(target.parent_path(), "rules.xml"), std::vector<std::string>{});
+    }
+  }
+  std::printf("rule-set saves under faults: %d tries, %d old files intact, %d new files complete, %d damaged\n",
+              tally.tries, tally.oldIntact, tally.newComplete, tally.tries - tally.oldIntact - tally.newComplete);
+}
+
+TEST_F(Faults, FirstMaterialDatabaseIsWholeOrAbsent) {
+  const fs::path folder = folder_ / "db", database = folder / "materials.sqlite";
+  std::vector<Fault> faults(std::begin(kErrorFaults), std::end(kErrorFaults) - 1);  // no rename: it links
+  faults.push_back({"open", 1, false, EACCES});                                    // SQLite cannot open it
+  faults.insert(faults.end(), std::begin(kKills), std::end(kKills) - 2);
+  faults.push_back({"open", 1, false, kKill});
+  int tries = 0, whole = 0, damaged = 0;
+  for (const Fault& fault : faults) {
+    SCOPED_TRACE(Describe(fault));
+    fs::remove_all(folder);
+    Environment environment = Injecting(fault, folder, false);
+    environment.push_back({"KVX_MATERIAL_DB", database.string()});  // set last: it wins
+    const Finished run = Run({"materials"}, environment);
+    ++tries;
+    if (fs::exists(database)) {
+      ++whole;
+      damaged += !DatabaseProblem(database).empty();
+    }
+    if (fault.error != kKill && run.exitCode != 0) {
+      EXPECT_NE(run.err.find(std::strerror(fault.error)), std::string::npos) << run.err;
+    }
+    if (fault.error != kKill) {
+      EXPECT_EQ(LeftIn(folder, "materials.sqlite"), std::vector<std::string>{});
+    }
+    RunCleanly({"materials"}, Database(database));
+    EXPECT_EQ(DatabaseProblem(database), "");
+    EXPECT_EQ(LeftIn(folder, "materials.sqlite"), std::vector<std::string>{});
+  }
+  std::printf("first database creation under faults: %d tries, %d left none, %d whole, %d damaged\n", tries,
+              tries - whole, whole, damaged);
+  EXPECT_EQ(damaged, 0);
+}
+
+// Kills at random moments of a save and of the first database creation, and programs that run at once.
+TEST_F(Faults, KilledAtRandomOrRunningAtOnceLeaveAValidResult) {
+  const fs::path factory = folder_ / "factory.xml", inches = folder_ / "inches.xml", target = folder_ / "out" / "rules.xml";
+  const fs::path database = folder_ / "db" / "materials.sqlite";
+  const Environment plain = Database(folder_ / "materials.sqlite");
+  RunCleanly({"new", "-o", factory.string()}, plain);
+  const auto started = std::chrono::steady_clock::now();
+  RunCleanly({"convert", factory.string(), "--length", "inch", "--angle", "radian", "-o", inches.string()}, plain);
+  const auto usual = std::chrono::steady_clock::now() - started;  // how long a kill may wait: up to a whole run
+  const std::string old = ReadFile(inches), written = ReadFile(factory);
+  const std::vector<std::string> save = {"new", "-o", target.string()};
+  std::mt19937 random(std::random_device{}());
+  std::uniform_int_distribution<long> moment(0, std::chrono::duration_cast<std::chrono::microseconds>(usual).count());
+  int tries = 0, valid = 0;
+  for (int round = 0; round < 6; ++round) {
+    fs::remove_all(database.parent_path());
+    fs::copy_file(inches, target, fs::copy_options::overwrite_existing);
+    const Kvxim saving(save, plain, folder_ / "stderr-save"), creating({"materials"}, Database(database), folder_ / "stderr-db");
+    std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
+    saving.Kill();
+    creating.Kill();
+    saving.Wait();
+    creating.Wait();
+    tries += 2;
+    valid += ReadFile(target) == old || ReadFile(target) == written;
+    valid += !fs::exists(database) || DatabaseProblem(database).empty();
+  }
+  for (int round = 0; round < 3; ++round) {
+    fs::remove_all(database.parent_path());
+    std::vector<Kvxim> running;
+    // The savers also find no database: none may warn or write a rule set without the tolerance table.
+    for (int i = 0; i < 3; ++i) {
+      running.emplace_back(save, Database(database), folder_ / ("stderr-save" + std::to_string(i)));
+      running.emplace_back(std::vector<std::string>{"materials"}, Database(database),
+                           folder_ / ("stderr-db" + std::to_string(i)));
+    }
+    for (const Kvxim& program : running) {
+      const Finished run = program.Wait();
+      EXPECT_EQ(run.exitCode, 0) << run.err;
+      EXPECT_EQ(run.err, "") << "no warning";
+    }
+    tries += 2;
+    valid += ReadFile(target) == written;
+    valid += DatabaseProblem(database).empty();
+  }
+  RunCleanly(save, plain);
+  RunCleanly({"materials"}, Database(database));
+  EXPECT_EQ(LeftIn(target.parent_path(), "rules.xml"), std::vector<std::string>{});
+  EXPECT_EQ(LeftIn(database.parent_path(), "materials.sqlite"), std::vector<std::string>{});
+  std::printf("killed at random or running at once: %d tries, %d valid results\n", tries, valid);
+  EXPECT_EQ(valid, tries);
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+// The .xlsx reader against hostile archives: what an archive declares is never trusted beyond the data it
+// really holds, and a sheet is searched in one pass however its rows fall into blocks.
+#include <gtest/gtest.h>
+#include <zip.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "xlsx/XlsxParts.h"
+#include "xlsx/XlsxRowStream.h"
+
+namespace fs = std::filesystem;
+using namespace kvx::sheet::xlsx;
+
+namespace {
+
+fs::path Scratch(const std::string& name) {
+  const fs::path folder = fs::path(KVX_BIN_DIR).parent_path() / "test-output" / "xlsx-limits";
+  fs::create_directories(folder);
+  return folder / name;
+}
+
+// One deflated member `name` holding `content`.
+void WriteMember(const fs::path& path, const std::string& name, const std::string& content) {
+  int code = 0;
+  zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+  ASSERT_NE(archive, nullptr);
+  zip_source_t* source = zip_source_buffer(archive, content.data(), content.size(), 0);
+  const zip_int64_t index = zip_file_add(archive, name.c_str(), source, 0);
+  ASSERT_GE(index, 0);
+  ASSERT_EQ(zip_set_file_compression(archive, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, 9), 0);
+  ASSERT_EQ(zip_close(archive), 0);
+}
+
+// Rewrites the inflated size the archive declares for its only member, in both headers.
+void DeclareSize(const fs::path& path, std::uint32_t size) {
+  std::string bytes;
+  {
+    std::ifstream in(path, std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+  }
+  const auto patch = [&](const char* signature, std::size_t offset) {
+    const std::size_t at = bytes.find(signature);
+    ASSERT_NE(at, std::string::npos);
+    std::memcpy(bytes.data() + at + offset, &size, sizeof size);  // little-endian, as the format is
+  };
+  patch("PK\x03\x04", 22);
+  patch("PK\x01\x02", 24);
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+struct Archive {
+  ZipArchive archive;
+  explicit Archive(const fs::path& path) {
+    int code = 0;
+    archive.reset(zip_open(path.c_str(), ZIP_RDONLY, &code));
+  }
+};
+
+// Text that deflate shrinks a little, not a thousandfold.
+std::string Varied(std::size_t size) {
+  std::string text;
+  for (std::uint32_t x = 12345; text.size() < size; x = x * 1103515245u + 12345u) text += char('a' + (x >> 16) % 26);
+  return text;
+}
+
+}  // namespace
+
+TEST(XlsxLimits, DeclaredPartSizesAreNeverTrustedBeyondTheRealData) {
+  struct Case {
+    const char* what;
+    std::uint32_t declared;
+  };
+  const Case cases[] = {
+      {"a claim its compressed data cannot hold", 1u << 30},
+      {"a claim deflate could hold but the data does not", 4u << 20},
+      {"a claim shorter than the data", 100},
+  };
+  const std::string content = Varied(4000);
+  for (const Case& c : cases) {
+    const fs::path path = Scratch("lying.zip");
+    WriteMember(path, "part.xml", content);
+    DeclareSize(path, c.declared);
+    Archive archive(path);
+    ASSERT_TRUE(archive.archive) << c.what;
+    std::string bytes;
+    EXPECT_FALSE(ReadPart(archive.archive.get(), "part.xml", bytes)) << c.what;
+    EXPECT_LT(bytes.capacity(), std::size_t{1} << 20) << c.what;  // memory follows the data, not the claim
+  }
+}
+
+TEST(XlsxLimits, RowEndsAreSearchedInOnePass) {
+  // One row spanning several blocks: the reader waits for its end without searching the front again.
+  std::string sheet = "<worksheet><sheetData><row r=\"1\">";
+  for (int i = 0; sheet.size() < 5 * kSheetBlockBytes; ++i) sheet += "<c><v>" + std::to_string(i) + "</v></c>";
+  sheet += "</row><row r=\"2\"><c><v>2</v></c></row></sheetData></worksheet>";
+  const fs::path path = Scratch("long-row.zip");
+  WriteMember(path, "sheet.xml", sheet);
+  Archive archive(path);
+  std::size_t rows = 0;
+  std::size_t searched = 0;
+  ASSERT_TRUE(StreamRows(
+      archive.archive.get(), "sheet.xml",
+      [&](const pugi::xml_node& fragment) {
+        for (pugi::xml_node row : fragment.children("row")) rows += row ? 1 : 0;
+      },
+      &searched));
+  EXPECT_EQ(rows, 2u);
+  EXPECT_LE(searched, 2 * sheet.size());
+}
+
+TEST(XlsxLimits, ARowLongerThanTheReaderHoldsIsRefused) {
+  std::string sheet = "<worksheet><sheetData><row><c><v>";
+  sheet.append(kMaxPendingBytes + 2 * kSheetBlockBytes, '7');
+  sheet += "</v></c></row></sheetData></worksheet>";
+  const fs::path path = Scratch("huge-row.zip");
+  WriteMember(path, "sheet.xml", sheet);
+  Archive archive(path);
+  EXPECT_FALSE(StreamRows(archive.archive.get(), "sheet.xml", [](const pugi::xml_node&) {}));
+}
