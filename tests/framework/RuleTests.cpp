@@ -128,7 +128,7 @@ class RuleWithDocument : public ::testing::Test {
 
 // --- The "Constraint" element --------------------------------------------------------------------
 
-TEST_F(RuleWithDocument, ConstraintElementLayoutAndRoundTrip) {
+TEST_F(RuleWithDocument, ConstraintElementLayoutRoundTripAndPartialElements) {
   TestRule rule;
   CKVXConstraint written(3, L"Gr\u00f6\u00dfe & <PA 66>", false);
   written.AddParameter(Param(rule, 2077, {0.5, 1.5}));
@@ -159,9 +159,8 @@ TEST_F(RuleWithDocument, ConstraintElementLayoutAndRoundTrip) {
   EXPECT_FALSE(read.bStatus);
   EXPECT_EQ(ValuesOf(read.FindParameterInArray(2077)), (std::vector<double>{0.5, 1.5}));
   EXPECT_EQ(read.FindParameterInArray(9999), nullptr);
-}
 
-TEST_F(RuleWithDocument, ConstraintReadKeepsWhatTheElementDoesNotSay) {
+  // A read keeps what the element does not say.
   auto root = Load("<RuleSet><Constraint/><Constraint Status='0'/><Constraint Status='yes' Type='x'/></RuleSet>");
   const auto list = root->GetNodeList(L"Constraint");
   CKVXConstraint constraint(4, L"kept", true);
@@ -226,15 +225,13 @@ TEST_F(RuleWithDocument, InitConstraintsBuildsOneConstraintPerElementFromTheRule
   EXPECT_EQ(rule.FindParameterInConstraintArray(L"other", 2077), nullptr);
   EXPECT_EQ(rule.GetConstraintParameters(L"aBs").size(), 2u);
   EXPECT_TRUE(rule.GetConstraintParameters(L"other").empty());
-}
 
-TEST_F(RuleWithDocument, InitConstraintsWithoutNodeOrStorage) {
-  TestRule rule;
-  rule.Add(2077, {1.0});
-  rule.InitConstraints(nullptr, {2077});
-  EXPECT_TRUE(rule.Constraints().empty());
-
-  auto root = Load("<Rule><Constraint Value='only'/><Constraint Value='ONLY'/></Rule>");
+  // Without a node nothing is built; a rule that stores no parameters gets empty constraints.
+  TestRule bare;
+  bare.Add(2077, {1.0});
+  bare.InitConstraints(nullptr, {2077});
+  EXPECT_TRUE(bare.Constraints().empty());
+  root = Load("<Rule><Constraint Value='only'/><Constraint Value='ONLY'/></Rule>");
   CKvxRule plain;  // the framework's own rule stores no parameters
   EXPECT_EQ(plain.CreateParamStorageObject(KVX_TYPE_DOUBLE, 1, KVX_OP_EQUAL, 0, false, false), nullptr);
   plain.InitConstraints(root.get(), {1});
