@@ -1,7 +1,7 @@
 // `kvxim edit`: the command as a process (rules it cannot find, a machine without a display, a build
 // without Qt), and, with Qt, the command in this process with its dialogs driven offscreen: accepted
-// untouched it writes the rule set unchanged, a table typed into the tolerance dialog is what `kvxim show`
-// then shows, and Cancel writes nothing.
+// untouched it writes the rule set unchanged, an edited limit is what `kvxim show` then shows, and Cancel
+// writes nothing. (Typing into the tolerance dialog's table is the dialog tests' business.)
 #include "../support/KvximProcess.h"
 
 #include <gtest/gtest.h>
@@ -136,7 +136,9 @@ class EditInProcess : public EditCommand {
 
 TEST_F(EditInProcess, AcceptedUntouchedTheRuleSetIsWrittenUnchangedAndCancelWritesNothing) {
   for (const char* rule : {"12150", "12220", "12174"}) {
-    const auto ok = [](QDialog& dialog) {
+    const auto ok = [rule](QDialog& dialog) {
+      // The tolerance rule opens its own table dialog, the others the generic one.
+      EXPECT_EQ(dialog.findChild<QTableView*>(QStringLiteral("toleranceTable")) != nullptr, rule == std::string("12174"));
       dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
     };
     ASSERT_EQ(Edit(rule, "out.xml", ok), kvxim::kEditSaved) << errors_;
@@ -175,56 +177,6 @@ TEST_F(EditInProcess, AnEditedLimitIsWhatTheSummaryTheEntryAndTheFileHold) {
   EXPECT_EQ(rule["constraints"][0]["name"], "Default");
   EXPECT_EQ(rule["constraints"][0]["parameters"][0]["values"], json::array({3.5}));
   EXPECT_EQ(rule["constraints"][0]["parameters"][1]["values"], json::array({4.0})) << "an untouched limit";
-}
-
-TEST_F(EditInProcess, ATableAcceptedInTheToleranceDialogIsWhatShowShows) {
-  std::string material;
-  const int code = Edit("12174", "", [&](QDialog& dialog) {
-    auto* materials = dialog.findChild<QTableView*>(QStringLiteral("materialList"));
-    auto* table = dialog.findChild<QTableView*>(QStringLiteral("toleranceTable"));
-    ASSERT_TRUE(materials && table);
-    material = materials->currentIndex().siblingAtColumn(0).data().toString().toStdString();
-    int placeholder = 0;
-    while (placeholder < table->model()->rowCount() &&
-           table->model()->index(placeholder, 0).data().toString() != QStringLiteral("<Add row>")) {
-      ++placeholder;
-    }
-    ASSERT_LT(placeholder, table->model()->rowCount());
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
-    const QModelIndex cell = table->model()->index(placeholder, 0);
-    table->scrollTo(cell);
-    const QPoint centre = table->visualRect(cell).center();
-    QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, centre);
-    QTest::mouseDClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, centre);
-    for (const char* text : {"1000", "2000", "0.5", "0.05"}) {
-      QLineEdit* editor = nullptr;  // the open one; closed editors are hidden until they are deleted
-      for (QLineEdit* candidate : table->viewport()->findChildren<QLineEdit*>()) {
-        if (candidate->isVisible()) editor = candidate;
-      }
-      ASSERT_NE(editor, nullptr);
-      QTest::keyClicks(editor, text);
-      QTest::keyClick(editor, Qt::Key_Tab);
-    }
-    dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
-  });
-  ASSERT_EQ(code, kvxim::kEditSaved) << errors_;
-  ASSERT_FALSE(material.empty());
-
-  json tolerance = Shown(12174);
-  ASSERT_TRUE(tolerance["constraints"].is_array());
-  bool found = false;
-  for (const auto& constraint : tolerance["constraints"]) {
-    if (constraint["name"] != material) continue;
-    EXPECT_EQ(constraint["status"], true) << "the material shown when OK was pressed applies by default";
-    for (const auto& parameter : constraint["parameters"]) {
-      const auto& values = parameter["values"];
-      if (parameter["id"] == 2517) found = !values.empty() && values.back() == 1000.0;
-      if (parameter["id"] == 2520) {
-        EXPECT_EQ(values.back(), 0.05);
-      }
-    }
-  }
-  EXPECT_TRUE(found) << "the typed band is the material's last row";
 }
 
 #endif

@@ -68,6 +68,11 @@ TEST_F(Kvxim, FreshRuleSetListsAsJsonAndRoundTripsThroughNewAndShow) {
     EXPECT_EQ(shown[i]["name"], rules[i]["name"]);
     EXPECT_EQ(shown[i]["id"], rules[i]["id"]);
     EXPECT_EQ(shown[i]["parameters"], rules[i]["parameters"]) << rules[i]["name"];
+    ASSERT_EQ(shown[i]["constraints"].size(), rules[i]["constraints"].size()) << rules[i]["name"];
+    for (size_t c = 0; c < rules[i]["constraints"].size(); ++c) {
+      EXPECT_EQ(shown[i]["constraints"][c]["name"], rules[i]["constraints"][c]["name"]);
+      EXPECT_EQ(shown[i]["constraints"][c]["parameters"], rules[i]["constraints"][c]["parameters"]) << rules[i]["name"];
+    }
   }
   const std::string xml = ReadTextFile(Path("set.xml"));
   EXPECT_NE(xml.find("<RuleSet Unit=\"0\" AngularUnit=\"0\">"), std::string::npos);
