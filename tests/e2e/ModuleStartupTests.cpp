@@ -21,7 +21,7 @@ class Startup : public ::testing::Test {
   ScopedEnv root{"KVX_RESOURCE_ROOT", kResourceRoot.c_str()};
 };
 
-TEST_F(Startup, LoadsTheChosenLanguageBesideEnglish) {
+TEST_F(Startup, LoadsTheChosenLanguageBesideEnglishAndExitReleasesEverything) {
   ScopedEnv language("KVX_LANGUAGE", "german");
   ASSERT_TRUE(app.InitInstance());
   EXPECT_EQ(app.m_csLanguage, L"german");
@@ -34,30 +34,6 @@ TEST_F(Startup, LoadsTheChosenLanguageBesideEnglish) {
   EXPECT_EQ(GetModuleApp(), &app);
   EXPECT_TRUE(kvx::params::Module().applicationPresent);
   EXPECT_TRUE(kvx::params::Module().materialWorkflow);  // on by default, for the module's whole life
-}
-
-TEST_F(Startup, MissingLocalizedLibraryFallsBackToEnglish) {
-  ScopedEnv language("KVX_LANGUAGE", "klingon");
-  ASSERT_TRUE(app.InitInstance());
-  EXPECT_EQ(app.m_csLanguage, L"english");
-  ASSERT_TRUE(app.m_hLocalizedResource);
-  EXPECT_EQ(app.m_csResourceFolder, platform::Widen(kResourceRoot) + L"/english");
-  EXPECT_EQ(app.m_csHelpFilePath, platform::Widen(kResourceRoot) + L"/english/korvex.chm");
-  // The path tried first is kept even after the fallback.
-  EXPECT_EQ(app.m_csResourceLibraryPath, platform::Widen(kResourceRoot) + L"/klingon/libKVXIMRulesResu.so");
-}
-
-TEST_F(Startup, MissingDefaultLibraryLeavesTextsEmpty) {
-  ScopedEnv nowhere("KVX_RESOURCE_ROOT", "/nonexistent/kvx-resources");
-  ASSERT_TRUE(app.InitInstance());
-  EXPECT_FALSE(app.m_hLocalizedResource);
-  EXPECT_FALSE(app.m_hDefaultResource);
-  EXPECT_EQ(app.LoadDefaultString(2345), L"");
-  EXPECT_EQ(GetModuleApp(), &app);  // start-up still succeeds
-}
-
-TEST_F(Startup, ExitInstanceReleasesEverything) {
-  ASSERT_TRUE(app.InitInstance());
   app.ExitInstance();
   EXPECT_FALSE(app.m_hLocalizedResource);
   EXPECT_FALSE(app.m_hDefaultResource);
@@ -66,17 +42,34 @@ TEST_F(Startup, ExitInstanceReleasesEverything) {
   EXPECT_FALSE(kvx::params::Module().applicationPresent);
 }
 
+TEST_F(Startup, MissingLibrariesFallBackToEnglishThenToEmptyTexts) {
+  {
+    ScopedEnv language("KVX_LANGUAGE", "klingon");
+    ASSERT_TRUE(app.InitInstance());
+    EXPECT_EQ(app.m_csLanguage, L"english");
+    ASSERT_TRUE(app.m_hLocalizedResource);
+    EXPECT_EQ(app.m_csResourceFolder, platform::Widen(kResourceRoot) + L"/english");
+    EXPECT_EQ(app.m_csHelpFilePath, platform::Widen(kResourceRoot) + L"/english/korvex.chm");
+    // The path tried first is kept even after the fallback.
+    EXPECT_EQ(app.m_csResourceLibraryPath, platform::Widen(kResourceRoot) + L"/klingon/libKVXIMRulesResu.so");
+    app.ExitInstance();
+  }
+  ScopedEnv nowhere("KVX_RESOURCE_ROOT", "/nonexistent/kvx-resources");
+  ASSERT_TRUE(app.InitInstance());
+  EXPECT_FALSE(app.m_hLocalizedResource);
+  EXPECT_FALSE(app.m_hDefaultResource);
+  EXPECT_EQ(app.LoadDefaultString(2345), L"");
+  EXPECT_EQ(GetModuleApp(), &app);  // start-up still succeeds
+}
+
 TEST_F(Startup, MaterialWorkflowReaderNeedsExactlyOne) {
-  const std::pair<const char*, bool> cases[] = {{"1", true}, {"1 ", false}, {"yes", false}, {"", false}};
+  const std::pair<const char*, bool> cases[] = {{"1", true}, {"1 ", false}, {"yes", false}, {"", false}, {nullptr, false}};
   for (const auto& [value, expected] : cases) {
     ScopedEnv workflow("ENABLE_MATERIAL_WORKFLOW", value);
     app.ReadMaterialWorkflowSwitch();
-    EXPECT_EQ(app.m_bMaterialWorkflow, expected) << '"' << value << '"';
+    EXPECT_EQ(app.m_bMaterialWorkflow, expected) << '"' << (value ? value : "(unset)") << '"';
     EXPECT_EQ(app.Context().materialWorkflow, expected);
   }
-  ScopedEnv unset("ENABLE_MATERIAL_WORKFLOW", nullptr);
-  app.ReadMaterialWorkflowSwitch();
-  EXPECT_FALSE(app.m_bMaterialWorkflow);
 }
 
 class LanguageFromSettings : public ::testing::Test {
@@ -113,12 +106,12 @@ TEST_F(LanguageFromSettings, FollowsTheOptionThenTheHostThenTheUser) {
 TEST_F(LanguageFromSettings, LocaleNameDependsOnTheHint) {
   ScopedEnv locale("LC_ALL", "zh_CN.UTF-8");
   CKVXIMRulesApp app;
-  app.m_csLanguageHint = L"chinese-simplified";
-  EXPECT_EQ(app.LocaleNameForLanguage(), L"zh_CN");
-  app.m_csLanguageHint = L"japanese";
-  EXPECT_EQ(app.LocaleNameForLanguage(), L"japanese");
-  app.m_csLanguageHint = L"german";
-  EXPECT_EQ(app.LocaleNameForLanguage(), L"english");
+  const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+      {L"chinese-simplified", L"zh_CN"}, {L"japanese", L"japanese"}, {L"german", L"english"}};
+  for (const auto& [hint, locale] : cases) {
+    app.m_csLanguageHint = hint;
+    EXPECT_EQ(app.LocaleNameForLanguage(), locale) << platform::Narrow(hint);
+  }
 }
 
 TEST(Languages, NamesAndIdentifiersWithEnglishAsTheFallback) {

@@ -2,7 +2,8 @@
 // InitConstraints, constraint lookups, and the user-interface services a rule reaches.
 #include <gtest/gtest.h>
 
-#include <cwchar>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,7 @@ namespace {
 // The document the test parameters write into, as a rule module keeps its own.
 KvxXMLDocument* g_document = nullptr;
 
-// A minimal double parameter: a "Parameter" element with "Type" = id and one "Value" child per value.
+// A minimal double parameter: a "Parameter" element with "Type" = id and "Values" = the values, spaced.
 class TestParam final : public CKvxParamStorage {
  public:
   TestParam(long id, KvxOperator_e op, KvxParamType_e paramType, bool firstFlag, bool secondFlag)
@@ -34,24 +35,20 @@ class TestParam final : public CKvxParamStorage {
     if (!g_document) return nullptr;
     auto element = g_document->CreateNode(L"Parameter");
     element->AddAttribute(L"Type", std::to_wstring(lId));
-    for (double value : values) {
-      auto child = g_document->CreateNode(L"Value");
-      child->SetNodeValue(std::to_wstring(value));
-      element->AppendNode(child.get());
-    }
+    std::wostringstream text;
+    for (double value : values) text << (text.tellp() > 0 ? L" " : L"") << value;
+    if (!values.empty()) element->AddAttribute(L"Values", text.str());
     return element;
   }
 
   void PopulateParameterFromXML(KvxXMLNode* ruleNode) override {
-    if (!ruleNode) return;
-    const auto list = ruleNode->GetNodeList(L"Parameter");
-    for (int i = 0; i < list->GetSize(); ++i) {
-      const auto element = list->GetItem(i);
-      std::wstring type;
-      if (!element->GetAttributeValue(L"Type", type) || type != std::to_wstring(lId)) continue;
-      values.clear();
-      const auto texts = element->GetNodeList(L"Value");
-      for (int k = 0; k < texts->GetSize(); ++k) values.push_back(std::wcstod(texts->GetItem(k)->GetNodeValue().c_str(), nullptr));
+    const auto list = ruleNode ? ruleNode->GetNodeList(L"Parameter") : nullptr;
+    for (int i = 0; list && i < list->GetSize(); ++i) {
+      std::wstring type, text;
+      if (!list->GetItem(i)->GetAttributeValue(L"Type", type) || type != std::to_wstring(lId)) continue;
+      list->GetItem(i)->GetAttributeValue(L"Values", text);
+      std::wistringstream stream(text);
+      values.assign(std::istream_iterator<double, wchar_t>(stream), std::istream_iterator<double, wchar_t>());
       return;
     }
   }
@@ -128,7 +125,7 @@ class RuleWithDocument : public ::testing::Test {
 
 // --- The "Constraint" element --------------------------------------------------------------------
 
-TEST_F(RuleWithDocument, ConstraintElementLayoutAndRoundTrip) {
+TEST_F(RuleWithDocument, ConstraintElementLayoutRoundTripAndPartialElements) {
   TestRule rule;
   CKVXConstraint written(3, L"Gr\u00f6\u00dfe & <PA 66>", false);
   written.AddParameter(Param(rule, 2077, {0.5, 1.5}));
@@ -142,10 +139,7 @@ TEST_F(RuleWithDocument, ConstraintElementLayoutAndRoundTrip) {
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
             "<RuleSet>\n"
             "  <Constraint Type=\"3\" Value=\"Gr\xC3\xB6\xC3\x9F" "e &amp; &lt;PA 66>\" Status=\"0\">\n"
-            "    <Parameter Type=\"2077\">\n"
-            "      <Value>0.500000</Value>\n"
-            "      <Value>1.500000</Value>\n"
-            "    </Parameter>\n"
+            "    <Parameter Type=\"2077\" Values=\"0.5 1.5\" />\n"
             "    <Parameter Type=\"2102\" />\n"
             "  </Constraint>\n"
             "</RuleSet>\n");
@@ -159,9 +153,8 @@ TEST_F(RuleWithDocument, ConstraintElementLayoutAndRoundTrip) {
   EXPECT_FALSE(read.bStatus);
   EXPECT_EQ(ValuesOf(read.FindParameterInArray(2077)), (std::vector<double>{0.5, 1.5}));
   EXPECT_EQ(read.FindParameterInArray(9999), nullptr);
-}
 
-TEST_F(RuleWithDocument, ConstraintReadKeepsWhatTheElementDoesNotSay) {
+  // A read keeps what the element does not say.
   auto root = Load("<RuleSet><Constraint/><Constraint Status='0'/><Constraint Status='yes' Type='x'/></RuleSet>");
   const auto list = root->GetNodeList(L"Constraint");
   CKVXConstraint constraint(4, L"kept", true);
@@ -190,14 +183,14 @@ TEST_F(RuleWithDocument, InitConstraintsBuildsOneConstraintPerElementFromTheRule
   rule.Add(3000, {7.0});
 
   auto root = Load(R"(<Rule>
-      <Parameter Type="2077"><Value>99</Value></Parameter>
+      <Parameter Type="2077" Values="99"/>
       <Constraint Type="1" Value="ABS" Status="1">
-        <Parameter Type="2102"><Value>0.2</Value></Parameter>
-        <Parameter Type="2077"><Value>1.1</Value><Value>2.2</Value></Parameter>
-        <Parameter Type="5555"><Value>5</Value></Parameter>
+        <Parameter Type="2102" Values="0.2"/>
+        <Parameter Type="2077" Values="1.1 2.2"/>
+        <Parameter Type="5555" Values="5"/>
       </Constraint>
       <Constraint Type="2" Value="PC" Status="0">
-        <Parameter Type="2077"><Value>3.3</Value></Parameter>
+        <Parameter Type="2077" Values="3.3"/>
       </Constraint>
     </Rule>)");
   rule.InitConstraints(root.get(), {2077, 2102, 5555});
@@ -226,15 +219,13 @@ TEST_F(RuleWithDocument, InitConstraintsBuildsOneConstraintPerElementFromTheRule
   EXPECT_EQ(rule.FindParameterInConstraintArray(L"other", 2077), nullptr);
   EXPECT_EQ(rule.GetConstraintParameters(L"aBs").size(), 2u);
   EXPECT_TRUE(rule.GetConstraintParameters(L"other").empty());
-}
 
-TEST_F(RuleWithDocument, InitConstraintsWithoutNodeOrStorage) {
-  TestRule rule;
-  rule.Add(2077, {1.0});
-  rule.InitConstraints(nullptr, {2077});
-  EXPECT_TRUE(rule.Constraints().empty());
-
-  auto root = Load("<Rule><Constraint Value='only'/><Constraint Value='ONLY'/></Rule>");
+  // Without a node nothing is built; a rule that stores no parameters gets empty constraints.
+  TestRule bare;
+  bare.Add(2077, {1.0});
+  bare.InitConstraints(nullptr, {2077});
+  EXPECT_TRUE(bare.Constraints().empty());
+  root = Load("<Rule><Constraint Value='only'/><Constraint Value='ONLY'/></Rule>");
   CKvxRule plain;  // the framework's own rule stores no parameters
   EXPECT_EQ(plain.CreateParamStorageObject(KVX_TYPE_DOUBLE, 1, KVX_OP_EQUAL, 0, false, false), nullptr);
   plain.InitConstraints(root.get(), {1});

@@ -39,6 +39,13 @@ struct ScratchFolder {
   }
 };
 
+template <typename Errors>
+std::vector<std::string> Strings(const Errors& errors) {
+  std::vector<std::string> strings;
+  for (const auto& error : errors) strings.push_back(error.ToString());
+  return strings;
+}
+
 // The entries as (id, text) pairs in table order.
 std::vector<std::pair<int, std::string>> Entries(const StringTable& table) {
   std::vector<std::pair<int, std::string>> entries;
@@ -98,7 +105,7 @@ TEST(RescompTable, ReportsEveryBadLineWithItsNumber) {
   }
 }
 
-TEST(RescompTable, DuplicateIdNamesBothLinesAndAllErrorsAreCollected) {
+TEST(RescompTable, AllErrorsAreCollectedAndNameTheirPlace) {
   const TableParse parse = ParseStringTable("10\tfirst\nbad\n10\tagain\n11\tok\n0010\tthird\n", "t.txt");
 
   ASSERT_EQ(parse.errors.size(), 3u);
@@ -107,14 +114,11 @@ TEST(RescompTable, DuplicateIdNamesBothLinesAndAllErrorsAreCollected) {
   EXPECT_EQ(parse.errors[2].line, 5);  // leading zeros do not make a new id
   EXPECT_EQ(parse.table.Find(10)->text, "first");
   EXPECT_EQ(parse.table.Find(11)->text, "ok");
-}
 
-TEST(RescompTable, UnreadableFileIsOneErrorNamingIt) {
+  // An unreadable file is one error naming it.
   ScratchFolder scratch;
   for (const fs::path& file : {scratch.path / "missing.txt", scratch.path}) {
-    const TableParse parse = ReadStringTable(file);
-    ASSERT_EQ(parse.errors.size(), 1u);
-    EXPECT_EQ(parse.errors[0].ToString(), file.string() + ": error: cannot read the table");
+    EXPECT_THAT(Strings(ReadStringTable(file).errors), ElementsAre(file.string() + ": error: cannot read the table"));
   }
 }
 
@@ -149,13 +153,18 @@ TEST(RescompPictures, EarlierFolderWinsAndBadEntriesAreErrors) {
                             HasSubstr("duplicate picture id 10"), HasSubstr("absent: picture folder not found")));
 }
 
-TEST(RescompPlaceholders, FindsConversionsAsWritten) {
+TEST(RescompPlaceholders, FindsConversionsAsWrittenAndRefusesHugeFields) {
   EXPECT_THAT(PrintfPlaceholders("plain 100%% sure"), IsEmpty());
   EXPECT_THAT(PrintfPlaceholders("less than%s %s x D, %d%% %-5.2lf %ls %1$s %*.*f"),
               ElementsAre("%s", "%s", "%d", "%-5.2lf", "%ls", "%1$s", "%*.*f"));
   // A broken conversion never equals a good one, so a translation that breaks one is noticed.
   EXPECT_THAT(PrintfPlaceholders("50%"), ElementsAre("(bad)%"));
   EXPECT_THAT(PrintfPlaceholders("%y and %5"), ElementsAre("(bad)%y", "(bad)%5"));
+  const auto table = ParseStringTable("1\t%64s %.64f %1$s %I64d\n2\t%65s\n3\t%.999999999s\n", "t.txt");
+  ASSERT_TRUE(table.ok());
+  EXPECT_THAT(Strings(CheckFieldSizes(table.table)),
+              ElementsAre("t.txt:2: error: the placeholder %65s of id 2 has a width or precision above 64",
+                          "t.txt:3: error: the placeholder %.999999999s of id 3 has a width or precision above 64"));
 }
 
 TEST(RescompPlaceholders, ATranslationMustMatchItsReference) {
@@ -165,9 +174,7 @@ TEST(RescompPlaceholders, ATranslationMustMatchItsReference) {
       "1\t%s und %s\n2\tmit %s\n3\tAnzahl %s\n5\textra\n6=\tmm\n7\tsame\n8=\tWort\n", "de.txt");
   ASSERT_TRUE(reference.ok() && translation.ok());
 
-  std::vector<std::string> errors;
-  for (const auto& e : CompareWithReference(translation.table, reference.table)) errors.push_back(e.ToString());
-  EXPECT_THAT(errors,
+  EXPECT_THAT(Strings(CompareWithReference(translation.table, reference.table)),
               ElementsAre("de.txt:2: error: the placeholders of id 2 (%s) differ from en.txt:2 (none)",
                           "de.txt:3: error: the placeholders of id 3 (%s) differ from en.txt:3 (%d)",
                           "de.txt:4: error: id 5 is not in en.txt",
@@ -175,16 +182,6 @@ TEST(RescompPlaceholders, ATranslationMustMatchItsReference) {
                           "7= where it is the same word on purpose",
                           "de.txt:7: error: id 8 is marked as the English text but differs from en.txt:7",
                           "de.txt: error: id 4 of en.txt:4 has no translation"));
-}
-
-TEST(RescompPlaceholders, HugeWidthsAndPrecisionsAreRefused) {
-  const auto table = ParseStringTable("1\t%64s %.64f %1$s %I64d\n2\t%65s\n3\t%.999999999s\n", "t.txt");
-  ASSERT_TRUE(table.ok());
-  std::vector<std::string> errors;
-  for (const auto& e : CheckFieldSizes(table.table)) errors.push_back(e.ToString());
-  EXPECT_THAT(errors, ElementsAre("t.txt:2: error: the placeholder %65s of id 2 has a width or precision above 64",
-                                  "t.txt:3: error: the placeholder %.999999999s of id 3 has a width or precision "
-                                  "above 64"));
 }
 
 TEST(RescompSource, LiteralsKeepEveryByte) {

@@ -1,7 +1,9 @@
 #pragma once
 // Test support: runs the built kvxim as a user would, in a folder of the test's own that also holds its
 // material database, and collects its exit code and output.
+#include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -34,5 +36,24 @@ inline ProcessResult RunKvxim(const std::filesystem::path& folder, const std::st
   const int status = std::system(command.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadTextFile(out), ReadTextFile(err)};
 }
+
+// A folder of the test's own, removed afterwards, where kvxim runs with its own material database.
+class KvximFolder : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = std::filesystem::temp_directory_path() /
+              ("kvxim-" + std::to_string(getpid()) + "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(folder_);
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  ProcessResult Run(const std::string& args, const std::string& environment = "") {
+    return RunKvxim(folder_, args, environment);
+  }
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  void Write(const std::string& name, const std::string& text) const { std::ofstream(folder_ / name) << text; }
+
+  std::filesystem::path folder_;
+};
 
 }  // namespace kvx::test
