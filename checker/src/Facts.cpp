@@ -11,6 +11,8 @@ Facts BuildFacts(const Part& part, Vec3 pull, const Budget& budget) {
   facts.drafts = MeasureDrafts(part, facts.pull);
   facts.holes = FindHoles(part, tree);
   facts.bosses = FindBosses(part, facts.pull, facts.drafts);
+  facts.ribs = FindRibs(part, facts.drafts);
+  facts.cutouts = FindCutouts(part, facts.holes);
 
   bool cutShort = false;
   facts.undercuts = FindUndercuts(part, tree, facts.pull, budget, cutShort);
