@@ -37,12 +37,21 @@ Vec3 MeanNode(const Part& part, const std::vector<int>& faces) {
   return count ? sum * (1.0 / static_cast<double>(count)) : sum;
 }
 
-// The face's outward normal: exact for planes, the mean of its nodes' normals otherwise.
-Vec3 MeanNormal(const Part& part, const FaceInfo& face) {
-  if (face.kind == SurfaceKind::Plane) return face.direction;
-  Vec3 sum;
-  for (std::size_t n = face.firstNode; n < face.firstNode + face.nodeCount; ++n) sum = sum + part.normals[n];
-  return Normalized(sum);
+// Each face's outward normal: exact for planes, the mean of its nodes' normals otherwise; none (zero) for a face
+// that turns too far to have one side (a whole cylinder).
+std::vector<Vec3> MeanNormals(const Part& part) {
+  std::vector<Vec3> normals(part.faces.size());
+  for (std::size_t f = 0; f < part.faces.size(); ++f) {
+    const FaceInfo& face = part.faces[f];
+    if (face.kind == SurfaceKind::Plane) {
+      normals[f] = face.direction;
+      continue;
+    }
+    Vec3 sum;
+    for (std::size_t n = face.firstNode; n < face.firstNode + face.nodeCount; ++n) sum = sum + part.normals[n];
+    if (Length(sum) > 0.5 * static_cast<double>(face.nodeCount)) normals[f] = Normalized(sum);
+  }
+  return normals;
 }
 
 bool IsPlane(const Part& part, int face) { return part.faces[face].kind == SurfaceKind::Plane && part.faces[face].nodeCount > 0; }
@@ -161,12 +170,13 @@ double ConvexArea(const std::vector<Vec3>& points, Vec3 axis) {
 
 // Every face of `ring` faces its middle: an opening, not the outside of a plate's rim or of a rib.
 bool FacesItsMiddle(const Part& part, const std::vector<int>& ring) {
+  constexpr double kFacingCosine = 0.1;  // on average over the face's nodes
   const Vec3 middle = MeanNode(part, ring);
   return std::all_of(ring.begin(), ring.end(), [&](int f) {
     double sum = 0;
     for (std::size_t n = part.faces[f].firstNode; n < part.faces[f].firstNode + part.faces[f].nodeCount; ++n)
       sum += Dot(part.normals[n], Normalized(middle - part.mesh.nodes[n]));
-    return sum > 0;
+    return sum > kFacingCosine * static_cast<double>(part.faces[f].nodeCount);
   });
 }
 }  // namespace
@@ -200,12 +210,13 @@ std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts
 std::vector<Cutout> FindCutouts(const Part& part, const std::vector<Hole>& holes) {
   std::set<int> holeFaces;
   for (const Hole& hole : holes) holeFaces.insert(hole.faces.begin(), hole.faces.end());
+  const std::vector<Vec3> normals = MeanNormals(part);
   std::set<std::vector<int>> seen;
   std::vector<Cutout> cutouts;
   for (std::size_t w = 0; w < part.faces.size(); ++w) {
     const FaceInfo& wall = part.faces[w];
-    if (wall.nodeCount == 0) continue;
-    const Vec3 normal = MeanNormal(part, wall);
+    const Vec3 normal = normals[w];
+    if (wall.nodeCount == 0 || Length(normal) == 0) continue;
     const std::set<int> around(wall.neighbours.begin(), wall.neighbours.end());
     std::set<int> done;
     // The wall's neighbours that run through it, in groups that touch.
@@ -216,7 +227,7 @@ std::vector<Cutout> FindCutouts(const Part& part, const std::vector<Hole>& holes
       while (!stack.empty()) {
         const int face = stack.back();
         stack.pop_back();
-        if (std::fabs(Dot(MeanNormal(part, part.faces[face]), normal)) > kThroughSine) continue;
+        if (Length(normals[face]) == 0 || std::fabs(Dot(normals[face], normal)) > kThroughSine) continue;
         ring.push_back(face);
         for (int next : part.faces[face].neighbours)
           if (around.count(next) && done.insert(next).second) stack.push_back(next);
@@ -228,7 +239,7 @@ std::vector<Cutout> FindCutouts(const Part& part, const std::vector<Hole>& holes
       bool through = false;
       for (int other : part.faces[ring[0]].neighbours) {
         if (other == static_cast<int>(w) || std::binary_search(ring.begin(), ring.end(), other)) continue;
-        if (Dot(MeanNormal(part, part.faces[other]), normal) > -kSameWayCosine) continue;
+        if (Dot(normals[other], normal) > -kSameWayCosine) continue;
         const auto& n0 = part.faces[other].neighbours;
         through = std::all_of(ring.begin(), ring.end(), [&](int f) { return std::binary_search(n0.begin(), n0.end(), f); });
         if (through) break;
