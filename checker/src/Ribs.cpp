@@ -62,11 +62,21 @@ struct Foot {
   int wall = -1, fillet = -1;
   double radius = 0;
 };
+// A fillet in a corner is hollow: its surface faces its axis (a bend's outside faces away).
+bool IsHollow(const Part& part, const FaceInfo& face) {
+  double sum = 0;
+  for (std::size_t n = face.firstNode; n < face.firstNode + face.nodeCount; ++n) {
+    const Vec3 offset = part.mesh.nodes[n] - face.origin;
+    sum += Dot(part.normals[n], offset - face.direction * Dot(offset, face.direction));
+  }
+  return sum < 0;
+}
+
 std::vector<Foot> FeetOf(const Part& part, int side) {
   std::vector<Foot> feet;
   for (int next : part.faces[side].neighbours) {
     if (IsPlane(part, next)) feet.push_back({next, -1, 0});
-    if (part.faces[next].kind != SurfaceKind::Cylinder) continue;
+    if (part.faces[next].kind != SurfaceKind::Cylinder || !IsHollow(part, part.faces[next])) continue;
     for (int beyond : part.faces[next].neighbours)
       if (beyond != side && IsPlane(part, beyond)) feet.push_back({beyond, next, part.faces[next].radius});
   }
@@ -88,7 +98,10 @@ bool MakeRib(const Part& part, int top, int a, int b, Rib& rib) {
   for (const Foot& footA : feetA) {
     const FaceInfo& wall = part.faces[footA.wall];
     if (footA.wall == top || Dot(wall.direction, topFace.direction) < kSameWayCosine) continue;
-    const auto footB = std::find_if(feetB.begin(), feetB.end(), [&](const Foot& f) { return f.wall == footA.wall; });
+    // Each side has its own fillet: one shared by both sides is a bend, not a foot.
+    const auto footB = std::find_if(feetB.begin(), feetB.end(), [&](const Foot& f) {
+      return f.wall == footA.wall && (f.fillet < 0 || f.fillet != footA.fillet);
+    });
     if (footB == feetB.end()) continue;
     const Vec3 up = wall.direction;
     const Vec3 across = Normalized(sideA.direction - up * Dot(sideA.direction, up));
@@ -203,6 +216,10 @@ std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts
       }
     }
   }
+  // A side that belongs to several tops or partners is no straight rib's (a bent tab, a stepped wall): none of them is.
+  std::unordered_map<int, int> uses;
+  for (const Rib& rib : ribs) ++uses[rib.faces[0]], ++uses[rib.faces[1]];
+  std::erase_if(ribs, [&](const Rib& rib) { return uses[rib.faces[0]] > 1 || uses[rib.faces[1]] > 1; });
   MeasureRibSpacing(part, ribs);
   return ribs;
 }
