@@ -92,9 +92,8 @@ double AcrossAt(const FaceInfo& side, Vec3 across, Vec3 up, Vec3 wallOrigin, dou
 }
 
 // A rib with `top`, sides `a` and `b` standing on a common wall, or none.
-bool MakeRib(const Part& part, int top, int a, int b, Rib& rib) {
+bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& feetA, const std::vector<Foot>& feetB, Rib& rib) {
   const FaceInfo &topFace = part.faces[top], &sideA = part.faces[a], &sideB = part.faces[b];
-  const auto feetA = FeetOf(part, a), feetB = FeetOf(part, b);
   for (const Foot& footA : feetA) {
     const FaceInfo& wall = part.faces[footA.wall];
     if (footA.wall == top || Dot(wall.direction, topFace.direction) < kSameWayCosine) continue;
@@ -194,23 +193,35 @@ bool FacesItsMiddle(const Part& part, const std::vector<int>& ring) {
 }
 }  // namespace
 
-std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts) {
+std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts, const Budget& budget, bool& cutShort) {
   std::unordered_map<int, double> draftOf;
   for (const FaceDraft& draft : drafts) draftOf[draft.face] = draft.minDraft;
+  std::unordered_map<int, std::vector<Foot>> feet;  // each side's, found once
+  auto feetOf = [&](int side) -> const std::vector<Foot>& {
+    auto found = feet.find(side);
+    return found != feet.end() ? found->second : feet.emplace(side, FeetOf(part, side)).first->second;
+  };
   std::vector<Rib> ribs;
-  for (std::size_t t = 0; t < part.faces.size(); ++t) {
+  std::size_t pairs = 0;
+  for (std::size_t t = 0; t < part.faces.size() && !cutShort; ++t) {
     const int top = static_cast<int>(t);
     if (!IsPlane(part, top)) continue;
     const Vec3 up = part.faces[t].direction;
     const auto& next = part.faces[t].neighbours;
-    for (std::size_t i = 0; i < next.size(); ++i) {
+    for (std::size_t i = 0; i < next.size() && !cutShort; ++i) {
       const int a = next[i];
       if (!IsPlane(part, a) || std::fabs(Dot(part.faces[a].direction, up)) > kAcrossSine) continue;
       for (std::size_t j = i + 1; j < next.size(); ++j) {
         const int b = next[j];
-        if (!IsPlane(part, b) || Dot(part.faces[a].direction, part.faces[b].direction) > kOppositeCosine) continue;
+        const FaceInfo &sideA = part.faces[a], &sideB = part.faces[b];
+        if (!IsPlane(part, b) || Dot(sideA.direction, sideB.direction) > kOppositeCosine) continue;
+        if (Dot(sideA.origin - sideB.origin, sideA.direction) <= 0) continue;  // facing each other: a slot, not a rib
+        if ((++pairs & 4095) == 0 && budget.Expired()) {
+          cutShort = true;
+          break;
+        }
         Rib rib;
-        if (!MakeRib(part, top, a, b, rib)) continue;
+        if (!MakeRib(part, top, a, b, feetOf(a), feetOf(b), rib)) continue;
         rib.draft = std::min(draftOf.count(a) ? draftOf[a] : 90.0, draftOf.count(b) ? draftOf[b] : 90.0);
         ribs.push_back(std::move(rib));
       }
