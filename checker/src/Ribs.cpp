@@ -54,7 +54,9 @@ std::vector<Vec3> MeanNormals(const Part& part) {
   return normals;
 }
 
-bool IsPlane(const Part& part, int face) { return part.faces[face].kind == SurfaceKind::Plane && part.faces[face].nodeCount > 0; }
+bool IsPlane(const Part& part, int face) {
+  return part.faces[face].kind == SurfaceKind::Plane && part.faces[face].nodeCount > 0;
+}
 
 // The planar walls a rib side stands on: its planar neighbours, and the planar neighbours of a cylindrical
 // fillet between them, with the fillet's face and radius.
@@ -92,7 +94,8 @@ double AcrossAt(const FaceInfo& side, Vec3 across, Vec3 up, Vec3 wallOrigin, dou
 }
 
 // A rib with `top`, sides `a` and `b` standing on a common wall, or none.
-bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& feetA, const std::vector<Foot>& feetB, Rib& rib) {
+bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& feetA, const std::vector<Foot>& feetB,
+             Rib& rib) {
   const FaceInfo &topFace = part.faces[top], &sideA = part.faces[a], &sideB = part.faces[b];
   for (const Foot& footA : feetA) {
     const FaceInfo& wall = part.faces[footA.wall];
@@ -107,7 +110,8 @@ bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& f
     if (Length(across) < 0.5) continue;
     const double height = Dot(MeanNode(part, {top}) - wall.origin, up);
     const double base = AcrossAt(sideA, across, up, wall.origin, 0) - AcrossAt(sideB, across, up, wall.origin, 0);
-    const double tip = AcrossAt(sideA, across, up, wall.origin, height) - AcrossAt(sideB, across, up, wall.origin, height);
+    const double tip =
+        AcrossAt(sideA, across, up, wall.origin, height) - AcrossAt(sideB, across, up, wall.origin, height);
     double low = 0;
     const Vec3 along = Normalized(Cross(up, across));
     const double length = Extent(part, sideA, along, low);
@@ -164,7 +168,9 @@ double ConvexArea(const std::vector<Vec3>& points, Vec3 axis) {
   std::sort(flat.begin(), flat.end());
   flat.erase(std::unique(flat.begin(), flat.end()), flat.end());
   if (flat.size() < 3) return 0;
-  auto turn = [](auto o, auto a, auto b) { return (a.first - o.first) * (b.second - o.second) - (a.second - o.second) * (b.first - o.first); };
+  auto turn = [](auto o, auto a, auto b) {
+    return (a.first - o.first) * (b.second - o.second) - (a.second - o.second) * (b.first - o.first);
+  };
   std::vector<std::pair<double, double>> hull(2 * flat.size());
   std::size_t k = 0;
   for (std::size_t i = 0; i < flat.size(); ++i) {  // lower, then upper outline
@@ -176,7 +182,8 @@ double ConvexArea(const std::vector<Vec3>& points, Vec3 axis) {
     hull[k++] = flat[i];
   }
   double area = 0;
-  for (std::size_t i = 0; i + 1 < k; ++i) area += hull[i].first * hull[i + 1].second - hull[i + 1].first * hull[i].second;
+  for (std::size_t i = 0; i + 1 < k; ++i)
+    area += hull[i].first * hull[i + 1].second - hull[i + 1].first * hull[i].second;
   return std::fabs(area) / 2;
 }
 
@@ -193,7 +200,8 @@ bool FacesItsMiddle(const Part& part, const std::vector<int>& ring) {
 }
 }  // namespace
 
-std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts, const Budget& budget, bool& cutShort) {
+std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts, const Budget& budget,
+                          bool& cutShort) {
   std::unordered_map<int, double> draftOf;
   for (const FaceDraft& draft : drafts) draftOf[draft.face] = draft.minDraft;
   std::unordered_map<int, std::vector<Foot>> feet;  // each side's, found once
@@ -269,7 +277,8 @@ std::vector<Cutout> FindCutouts(const Part& part, const std::vector<Hole>& holes
         if (other == static_cast<int>(w) || std::binary_search(ring.begin(), ring.end(), other)) continue;
         if (Dot(normals[other], normal) > -kSameWayCosine) continue;
         const auto& n0 = part.faces[other].neighbours;
-        through = std::all_of(ring.begin(), ring.end(), [&](int f) { return std::binary_search(n0.begin(), n0.end(), f); });
+        through =
+            std::all_of(ring.begin(), ring.end(), [&](int f) { return std::binary_search(n0.begin(), n0.end(), f); });
         if (through) break;
       }
       if (!through) continue;
