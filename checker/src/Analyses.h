@@ -12,6 +12,8 @@ std::vector<FaceDraft> MeasureDrafts(const Part& part, Vec3 pull);
 std::vector<Hole> FindHoles(const Part& part, const TriangleTree& tree);
 void MeasureLigaments(std::vector<Hole>& holes);
 std::vector<Boss> FindBosses(const Part& part, Vec3 pull, const std::vector<FaceDraft>& drafts);
+std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts, const Budget& budget, bool& cutShort);
+std::vector<Cutout> FindCutouts(const Part& part, const std::vector<Hole>& holes);
 Thickness MeasureThickness(const Part& part, const TriangleTree& tree, const Budget& budget, bool& cutShort);
 std::vector<Undercut> FindUndercuts(const Part& part, const TriangleTree& tree, Vec3 pull, const Budget& budget,
                                     bool& cutShort);

@@ -40,6 +40,9 @@ enum RuleId : int {
 };
 enum ParameterId : long {
   kToleranceOver = 2517, kToleranceUpto = 2518, kToleranceA = 2519, kToleranceB = 2520,
+  kRibThicknessRatio = 3040, kRibHeightRatio = 3041, kRibDraft = 3042, kRibSpacingRatio = 3043,
+  kRibAreaRatio = 2077, kRibHeightLimit = 2102, kRibTipThickness = 2730, kRibRadiusMin = 3110, kRibRadiusMax = 3111,
+  kCutoutAreaRatio = 2081,
 };
 
 constexpr int kOpRange = 1, kOpEqual = 3, kOpLess = 5, kOpGreater = 6, kOpAtLeast = 7, kOpAtMost = 8;
@@ -333,6 +336,84 @@ Verdict CheckBossTipRadius(const RuleInput& rule, Context& c) {
   return {};
 }
 
+Verdict NeedRibs(const Context& c) {
+  if (!c.facts.ribs.empty()) return {};
+  return "no rib was recognised on the part (straight ribs with flat sides and a flat top, standing on a flat wall)";
+}
+Verdict NeedT(const Context& c) { return c.t > 0 ? Verdict{} : "no wall could be measured"; }
+
+Verdict CheckRibParameters(const RuleInput& rule, Context& c) {
+  if (auto none = NeedRibs(c); !none.empty()) return none;
+  if (auto none = NeedT(c); !none.empty()) return none;
+  const Limit *thickness = c.Active(rule, kRibThicknessRatio), *height = c.Active(rule, kRibHeightRatio),
+              *draft = c.Active(rule, kRibDraft), *spacing = c.Active(rule, kRibSpacingRatio);
+  for (std::size_t i = 0; i < c.facts.ribs.size(); ++i) {
+    const Rib& rib = c.facts.ribs[i];
+    if (thickness) c.Compare(rule, *thickness, rib.thickness / c.t, thickness->values, "t", "rib thickness", rib.faces, rib.point);
+    if (height) c.Compare(rule, *height, rib.height / c.t, height->values, "t", "rib height", rib.faces, rib.point);
+    if (draft && rib.draft < kFlatDraft)
+      c.Compare(rule, *draft, c.FromDegrees(rule, rib.draft), draft->values, AngleUnitText(rule.units.iAngleUnit), "rib draft",
+                rib.faces, rib.point);
+    const bool pairSeen = rib.neighbour >= 0 && rib.neighbour < static_cast<int>(i) &&
+                          c.facts.ribs[static_cast<std::size_t>(rib.neighbour)].neighbour == static_cast<int>(i);
+    if (spacing && rib.neighbour >= 0 && !pairSeen) {
+      const Rib& other = c.facts.ribs[static_cast<std::size_t>(rib.neighbour)];
+      std::vector<int> faces = rib.faces;
+      faces.insert(faces.end(), other.faces.begin(), other.faces.end());
+      c.Compare(rule, *spacing, rib.spacing / c.t, spacing->values, "t", "rib spacing", faces, (rib.point + other.point) * 0.5);
+    }
+  }
+  return {};
+}
+
+Verdict CheckRibTip(const RuleInput& rule, Context& c) {
+  if (auto none = NeedRibs(c); !none.empty()) return none;
+  const Limit* tip = c.Active(rule, kRibTipThickness);
+  if (!tip) return "its limit is switched off";
+  for (const Rib& rib : c.facts.ribs)
+    c.Compare(rule, *tip, c.FromMm(rule, rib.tipThickness), tip->values, LengthUnitText(rule.units.iLengthUnit), "rib tip",
+              rib.faces, rib.point);
+  return {};
+}
+
+Verdict CheckRibReinforcement(const RuleInput& rule, Context& c) {
+  if (auto none = NeedRibs(c); !none.empty()) return none;
+  if (auto none = NeedT(c); !none.empty()) return none;
+  const Limit *area = c.Active(rule, kRibAreaRatio), *height = c.Active(rule, kRibHeightLimit);
+  for (const Rib& rib : c.facts.ribs) {
+    // The rib's cross-section (a trapezium between its foot and its tip) per wall thickness: a length.
+    const double section = (rib.thickness + rib.tipThickness) / 2 * rib.height;
+    if (area)
+      c.Compare(rule, *area, c.FromMm(rule, section / c.t), area->values, LengthUnitText(rule.units.iLengthUnit), "rib section",
+                rib.faces, rib.point);
+    if (height) c.Compare(rule, *height, rib.height / c.t, height->values, "t", "rib height", rib.faces, rib.point);
+  }
+  return {};
+}
+
+Verdict CheckRibBaseRadius(const RuleInput& rule, Context& c) {
+  if (auto none = NeedRibs(c); !none.empty()) return none;
+  if (auto none = NeedT(c); !none.empty()) return none;
+  for (long id : {kRibRadiusMin, kRibRadiusMax}) {
+    const Limit* limit = c.Active(rule, id);
+    if (!limit) continue;
+    for (const Rib& rib : c.facts.ribs)
+      c.Compare(rule, *limit, rib.baseRadius / c.t, limit->values, "t", "rib base radius", rib.faces, rib.point);
+  }
+  return {};
+}
+
+Verdict CheckCutoutArea(const RuleInput& rule, Context& c) {
+  if (c.facts.cutouts.empty()) return "no cut-out was recognised on the part (openings through a wall other than round holes)";
+  if (auto none = NeedT(c); !none.empty()) return none;
+  const Limit* area = c.Active(rule, kCutoutAreaRatio);
+  if (!area) return "its limit is switched off";
+  for (const Cutout& cutout : c.facts.cutouts)
+    c.Compare(rule, *area, c.FromMm(rule, cutout.area / c.t), area->values, LengthUnitText(rule.units.iLengthUnit), "cut-out",
+              cutout.faces, cutout.point);
+  return {};
+}
+
 struct EvaluatorEntry {
   int ruleId;
   Evaluator evaluate;  // null: not evaluated, for `reason`
@@ -355,11 +436,11 @@ const std::vector<EvaluatorEntry>& Evaluators() {
       {kBossParameters, CheckBossParameters, nullptr},
       {kBossBaseRadius, CheckBossBaseRadius, nullptr},
       {kBossTipRadius, CheckBossTipRadius, nullptr},
-      {kRibParameters, nullptr, "ribs are not recognised with confidence yet"},
-      {kRibTip, nullptr, "ribs are not recognised with confidence yet"},
-      {kRibReinforcement, nullptr, "ribs are not recognised with confidence yet"},
-      {kRibBaseRadius, nullptr, "ribs are not recognised with confidence yet"},
-      {kCutoutArea, nullptr, "cut-outs are not recognised with confidence yet"},
+      {kRibParameters, CheckRibParameters, nullptr},
+      {kRibTip, CheckRibTip, nullptr},
+      {kRibReinforcement, CheckRibReinforcement, nullptr},
+      {kRibBaseRadius, CheckRibBaseRadius, nullptr},
+      {kCutoutArea, CheckCutoutArea, nullptr},
       {kUndercutInterference, nullptr, "interference with the mould's side actions needs the mould, which a part does not carry"},
   };
   return table;

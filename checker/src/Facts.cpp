@@ -11,6 +11,10 @@ Facts BuildFacts(const Part& part, Vec3 pull, const Budget& budget) {
   facts.drafts = MeasureDrafts(part, facts.pull);
   facts.holes = FindHoles(part, tree);
   facts.bosses = FindBosses(part, facts.pull, facts.drafts);
+  bool ribsCutShort = false;
+  facts.ribs = FindRibs(part, facts.drafts, budget, ribsCutShort);
+  if (ribsCutShort) facts.skipped.push_back("ribs: the budget ran out before every pair of faces was tried");
+  facts.cutouts = FindCutouts(part, facts.holes);
 
   bool cutShort = false;
   facts.undercuts = FindUndercuts(part, tree, facts.pull, budget, cutShort);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <set>
 
 #include "Analyses.h"
 
@@ -13,10 +12,9 @@ namespace {
 constexpr double kVerticalSine = 0.0087;  // facets within half a degree of the pull slide along it
 constexpr int kDirections = 18;           // directions across the pull tried for the undercut's depth
 
-// For each triangle: blocked or not. Stops at the budget, leaving the rest unblocked.
-std::vector<bool> BlockedTriangles(const Part& part, const TriangleTree& tree, Vec3 pull, const Budget& budget,
-                                   bool& cutShort) {
-  std::vector<bool> blocked(part.mesh.triangles.size(), false);
+// For each triangle: the face that blocks its way out, or -1. Stops at the budget, leaving the rest unblocked.
+std::vector<int> BlockingFaces(const Part& part, const TriangleTree& tree, Vec3 pull, const Budget& budget, bool& cutShort) {
+  std::vector<int> blocker(part.mesh.triangles.size(), -1);
   const double skip = part.box.Diagonal() * 1e-7;
   // A facet's centre lies up to the deflection inside a convex face, from where a drafted wall would block its
   // own way out; the probe starts this far outside.
@@ -33,9 +31,16 @@ std::vector<bool> BlockedTriangles(const Part& part, const TriangleTree& tree, V
     const double sine = Dot(normal, pull);
     if (std::fabs(sine) < kVerticalSine) continue;
     const Vec3 release = sine > 0 ? pull : pull * -1.0;
-    blocked[t] = tree.FirstHit(part.mesh.Centroid(t) + normal * lift, release, skip, 1e300).has_value();
+    if (const auto hit = tree.FirstHit(part.mesh.Centroid(t) + normal * lift, release, skip, 1e300))
+      blocker[t] = part.mesh.faceOf[hit->triangle];
   }
-  return blocked;
+  return blocker;
+}
+
+// The representative of `face`'s group, halving the path on the way.
+int GroupOf(std::vector<int>& parent, int face) {
+  while (parent[face] != face) face = parent[face] = parent[parent[face]];
+  return face;
 }
 
 // Whether one of the triangles, seen along the pull, covers `point`.
@@ -91,40 +96,43 @@ double DepthAcross(const Part& part, const std::vector<std::size_t>& triangles, 
 double UndercutArea(const Part& part, Vec3 pull, const Budget& budget) {
   const TriangleTree tree(part.mesh);
   bool cutShort = false;
-  const auto blocked = BlockedTriangles(part, tree, pull, budget, cutShort);
+  const auto blocker = BlockingFaces(part, tree, pull, budget, cutShort);
   double area = 0;
-  for (std::size_t t = 0; t < blocked.size(); ++t)
-    if (blocked[t]) area += part.mesh.Area(t);
+  for (std::size_t t = 0; t < blocker.size(); ++t)
+    if (blocker[t] >= 0) area += part.mesh.Area(t);
   return area;
 }
 
 std::vector<Undercut> FindUndercuts(const Part& part, const TriangleTree& tree, Vec3 pull, const Budget& budget,
                                     bool& cutShort) {
-  const auto blocked = BlockedTriangles(part, tree, pull, budget, cutShort);
-  // Blocked triangles by face; faces joined through shared edges make one undercut.
+  const auto blocker = BlockingFaces(part, tree, pull, budget, cutShort);
+  // Blocked faces make one undercut with the blocked faces they touch, and with the blocked faces in their way:
+  // the top and the bottom of a window trap one core between them, released by one side action.
   std::map<int, std::vector<std::size_t>> byFace;
-  for (std::size_t t = 0; t < blocked.size(); ++t)
-    if (blocked[t]) byFace[part.mesh.faceOf[t]].push_back(t);
+  for (std::size_t t = 0; t < blocker.size(); ++t)
+    if (blocker[t] >= 0) byFace[part.mesh.faceOf[t]].push_back(t);
+  std::vector<int> parent(part.faces.size());
+  for (std::size_t f = 0; f < parent.size(); ++f) parent[f] = static_cast<int>(f);
+  auto join = [&](int a, int b) { parent[GroupOf(parent, a)] = GroupOf(parent, b); };
+  for (const auto& [face, triangles] : byFace) {
+    for (int next : part.faces[face].neighbours)
+      if (byFace.count(next)) join(face, next);
+    for (std::size_t t : triangles)
+      if (byFace.count(blocker[t])) join(face, blocker[t]);
+  }
+  std::map<int, Undercut> groups;
+  std::map<int, std::vector<std::size_t>> groupTriangles;
+  for (const auto& [face, triangles] : byFace) {
+    const int group = GroupOf(parent, face);
+    Undercut& undercut = groups[group];
+    undercut.faces.push_back(face);
+    for (std::size_t t : triangles) undercut.area += part.mesh.Area(t);
+    auto& all = groupTriangles[group];
+    all.insert(all.end(), triangles.begin(), triangles.end());
+  }
   std::vector<Undercut> undercuts;
-  std::set<int> seen;
-  for (const auto& [first, unused] : byFace) {
-    if (seen.count(first)) continue;
-    Undercut undercut;
-    std::vector<std::size_t> triangles;
-    std::vector<int> stack{first};
-    seen.insert(first);
-    while (!stack.empty()) {
-      const int face = stack.back();
-      stack.pop_back();
-      undercut.faces.push_back(face);
-      for (std::size_t t : byFace[face]) {
-        triangles.push_back(t);
-        undercut.area += part.mesh.Area(t);
-      }
-      for (int next : part.faces[face].neighbours)
-        if (byFace.count(next) && seen.insert(next).second) stack.push_back(next);
-    }
-    std::sort(undercut.faces.begin(), undercut.faces.end());
+  for (auto& [group, undercut] : groups) {
+    const auto& triangles = groupTriangles[group];
     undercut.depth = DepthAcross(part, triangles, pull);
     undercut.point = part.mesh.Centroid(triangles.front());
     undercuts.push_back(std::move(undercut));

@@ -80,9 +80,20 @@ def window():
     cut(outer, box(2, 2, 2, 36, 36, 20), box(-1, 15, 8, 4, 10, 6))
 
 
+def drafted_rib(y, foot, height, draft):
+    # A rib along x from 5 to 55 centred on y, standing on z = 3: `foot` thick there, its sides drafted.
+    tip = foot - 2 * height * math.tan(math.radians(draft))
+    bottom = rectangle_wire(5, y - foot / 2, 3, 50, foot)
+    top = rectangle_wire(5, y - tip / 2, 3 + height, 50, tip)
+    return (3, occ.addThruSections([bottom, top], makeSolid=True, makeRuled=True)[0][1])
+
+
 def rib():
-    # A 60 x 40 x 3 plate with a rib 1.5 thick and 10 high along x.
-    fuse(box(0, 0, 0, 60, 40, 3), box(5, 19.25, 3, 50, 1.5, 10))
+    # A 60 x 40 x 3 plate with two ribs along x, 1.5 thick at the foot, 10 high, 0.5 degree draft on each side,
+    # 12 apart (a 10.5 clear gap): the one at y = 14 with 0.6 fillets at its foot, the one at y = 26 without.
+    body = fuse(box(0, 0, 0, 60, 40, 3), drafted_rib(14, 1.5, 10, 0.5), drafted_rib(26, 1.5, 10, 0.5))
+    foot = [tag for y in (13.25, 14.75) for _, tag in occ.getEntitiesInBoundingBox(4.9, y - 0.01, 2.99, 55.1, y + 0.01, 3.01, 1)]
+    occ.fillet([tag for _, tag in body], foot, [0.6])
 
 
 def two_solids():

@@ -67,11 +67,38 @@ struct Undercut {
   Vec3 point;
 };
 
+// A straight rib: two nearly parallel planar sides close together, standing on one planar wall and joined by a
+// flat top. Its sides are extended to the wall, so that a fillet at its foot does not change its thickness.
+struct Rib {
+  std::vector<int> faces;    // sides, top and fillets at the foot
+  int base = -1;             // the wall it stands on
+  double thickness = 0;      // at the foot
+  double tipThickness = 0;   // at the top
+  double height = 0;         // from the wall to the top
+  double length = 0;
+  double draft = 90;         // the smaller draft of its sides against the pull
+  double baseRadius = 0;     // the smaller fillet at its foot; 0 when a side meets the wall at a sharp edge
+  double spacing = -1;       // clear distance to the nearest parallel rib on the same wall; -1 when none
+  int neighbour = -1;
+  Vec3 point;                // the middle of its top
+};
+
+// An opening through a wall: a ring of faces running from one side of the wall to the other, facing the
+// opening's middle. Round holes are holes, not cut-outs.
+struct Cutout {
+  std::vector<int> faces;
+  double area = 0;   // inside its outline, seen through the wall (the convex outline)
+  double depth = 0;  // through the wall
+  Vec3 point;        // its middle
+};
+
 struct Facts {
   Vec3 pull;
   std::vector<FaceDraft> drafts;
   std::vector<Hole> holes;
   std::vector<Boss> bosses;
+  std::vector<Rib> ribs;
+  std::vector<Cutout> cutouts;
   Thickness thickness;
   std::vector<Undercut> undercuts;
   double undercutArea = 0;
