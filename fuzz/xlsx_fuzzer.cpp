@@ -25,7 +25,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (std::fclose(file) != 0 || !written) std::abort();
 
   std::vector<kvx::sheet::ColumnRequest> requests;
-  for (const wchar_t* letter : {L"A", L"B", L"C", L"D"}) requests.push_back({letter, letter[0] == L'D' ? kvx::sheet::kColumnKindFixed : 0});
+  for (const wchar_t* letter : {L"A", L"B", L"C", L"D"})
+    requests.push_back({letter, letter[0] == L'D' ? kvx::sheet::kColumnKindFixed : 0});
   kvx::sheet::XlsxOpenError error{};
   auto sheet = kvx::sheet::XlsxSheet::Open(kvx::platform::Widen(InputPath()), requests, error);
   if (!sheet) return 0;

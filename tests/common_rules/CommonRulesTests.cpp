@@ -158,7 +158,7 @@ TEST_F(CommonRulesTest, RecordInInchesSetsUnitsAndKeepsWhatItLacks) {
   const auto node = LoadRule(R"(<RuleSet Unit="3" AngularUnit="0">
     <Rule Name="Moulded Wall Thickness" Module="KvxIMRulesValidator" Status="0" Severity="3">
       <Parameter Name="Minimum wall thickness" Type="3060" Status="1">
-        <Operator>7</Operator><ParameterType>1</ParameterType><Value>0.040000</Value>
+        <Operator>7</Operator><ParameterType>0</ParameterType><Value>0.040000</Value>
       </Parameter>
     </Rule></RuleSet>)");
   const RulePtr rule = Make<CKVXIMMoldWallThicknessRule>(12080);
@@ -168,6 +168,7 @@ TEST_F(CommonRulesTest, RecordInInchesSetsUnitsAndKeepsWhatItLacks) {
   EXPECT_NEAR(Values(*rule, 3061)[0], 4.0 / 25.4, 1e-12);
   EXPECT_NEAR(rule->FindParameterInArray(3060)->dRangeMin, 0.1 / 25.4, 1e-12);
   EXPECT_EQ(rule->FindParameterInArray(3060)->csUnit, L"in");
+  EXPECT_EQ(rule->FindParameterInArray(3060)->iParameterType, 1);  // kind 0 is not written: the limit would go
   EXPECT_EQ(rule->m_csSummary, L"Wall thickness at least 0.04 in and at most 0.15748 in");
 }
 

@@ -38,7 +38,7 @@ TEST_F(Startup, LoadsTheChosenLanguageBesideEnglishAndExitReleasesEverything) {
   EXPECT_FALSE(app.m_hLocalizedResource);
   EXPECT_FALSE(app.m_hDefaultResource);
   EXPECT_EQ(GetModuleApp(), nullptr);
-  EXPECT_EQ(GetCommonRulesLibrary(), nullptr);
+  EXPECT_EQ(CommonRulesSetXMLDoc(), nullptr);
   EXPECT_FALSE(kvx::params::Module().applicationPresent);
 }
 

@@ -224,6 +224,9 @@ void CKVXCommonRuleBase::PopulateParametersFromXML(KvxXMLNode* node) {
       *values = std::move(previous[i]);
       if (conversion) ConvertValues(parameter, *conversion);
     }
+    // A kind the writer leaves out (0, 12) would drop the limit from the next save: every limit of these
+    // rules is a plain one.
+    if (!kvx::module::IsWrittenKind(parameter)) parameter.iParameterType = kPlainParameter;
     // The record states the units of its values; ranges and unit texts follow them.
     if (conversion) ConvertRange(parameter, *conversion);
     parameter.csUnit = UnitTextOf(*row, m_unitSystem);

@@ -17,9 +17,10 @@ constexpr const wchar_t* kCommonRulesLibraryName = L"KVXCommonRulesu";
 constexpr const wchar_t* kAddinKey = L"SOFTWARE\\Tarvell\\QPL_PRODUCT\\Korvex\\Add-in";
 
 CKVXIMRulesApp* g_app = nullptr;
-// A plain pointer, not a smart one: module globals with destructors may be torn down before the
-// application object's shut-down runs, which frees this handle itself.
-kvx::platform::DynamicLibrary* g_commonRules = nullptr;
+// Looked up at start-up. The module holds no handle of the common-rules library: it is linked against
+// it, so the loader keeps it exactly as long as the module. Shut-down runs from a static destructor, at
+// times while the process exits, and closing a library there could unload the module under it.
+CommonRulesSetXMLDocFn g_commonSetXMLDoc = nullptr;
 
 std::wstring ResourceLibraryIn(const std::wstring& folder) {
   return kvx::platform::JoinPath(folder, kvx::platform::LibraryFileName(kResourceLibraryName));
@@ -41,7 +42,7 @@ std::wstring Truncated(std::wstring text, size_t length) {
 }  // namespace
 
 CKVXIMRulesApp* GetModuleApp() { return g_app; }
-kvx::platform::DynamicLibrary* GetCommonRulesLibrary() { return g_commonRules; }
+CommonRulesSetXMLDocFn CommonRulesSetXMLDoc() { return g_commonSetXMLDoc; }
 
 CKVXIMRulesApp::CKVXIMRulesApp() = default;
 CKVXIMRulesApp::~CKVXIMRulesApp() = default;
@@ -77,12 +78,12 @@ bool CKVXIMRulesApp::InitInstance() {
   // By its full path beside this module: a bare name would be searched from whichever library called the
   // loader (a sanitizer's runtime, for one), not from this module's folder.
   const std::wstring moduleFolder =
-      kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&GetCommonRulesLibrary)));
+      kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&CommonRulesSetXMLDoc)));
   const std::wstring fileName = kvx::platform::LibraryFileName(kCommonRulesLibraryName);
   auto common = kvx::platform::DynamicLibrary::Load(kvx::platform::JoinPath(moduleFolder, fileName));
   // Linked into a program (as in tests) rather than into the module: the loader's own search finds it.
   if (!common) common = kvx::platform::DynamicLibrary::Load(fileName);
-  g_commonRules = common.release();
+  if (common) g_commonSetXMLDoc = common->Function<CommonRulesSetXMLDocFn>("SetXMLDoc");
   return true;
 }
 
@@ -92,8 +93,7 @@ int CKVXIMRulesApp::ExitInstance() {
   g_app = nullptr;
   m_hLocalizedResource.reset();
   m_hDefaultResource.reset();
-  delete g_commonRules;
-  g_commonRules = nullptr;
+  g_commonSetXMLDoc = nullptr;
   return ModuleApplication::ExitInstance();
 }
 

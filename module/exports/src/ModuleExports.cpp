@@ -47,9 +47,7 @@ void Guarded(Body&& body) noexcept {
 KVX_MODULE_EXPORT void SetXMLDoc(KvxXMLDocument* doc) {
   Guarded([&] {
     if (CKVXIMRulesApp* app = GetModuleApp()) app->Context().xmlDocument = doc;
-    kvx::platform::DynamicLibrary* common = GetCommonRulesLibrary();
-    if (!common) return;
-    if (auto forward = common->Function<SetXMLDocFn>("SetXMLDoc")) forward(doc);
+    if (CommonRulesSetXMLDocFn forward = CommonRulesSetXMLDoc()) forward(doc);
   });
 }
 

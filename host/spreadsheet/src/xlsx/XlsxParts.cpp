@@ -9,8 +9,9 @@ namespace {
 // Deflate cannot expand data by more than about 1032 to 1; a declared size beyond that is a lie.
 constexpr zip_uint64_t kMaxDeflateRatio = 1032;
 constexpr zip_uint64_t kDeflateSlack = 1024;
-// Bytes asked of libzip at a time when a whole part is read: the string grows with what arrives.
-constexpr std::size_t kReadChunkBytes = std::size_t{1} << 20;
+// Bytes asked of libzip at first when a whole part is read; each later request is as large as what has
+// arrived, so the string doubles with the data and a tiny member that claims megabytes stays tiny.
+constexpr std::size_t kFirstChunkBytes = std::size_t{64} << 10;
 
 bool DeclaredSizeIsPossible(const zip_stat_t& stat) {
   if (!(stat.valid & ZIP_STAT_COMP_SIZE) || !(stat.valid & ZIP_STAT_COMP_METHOD)) return true;
@@ -48,7 +49,10 @@ bool ReadPart(zip_t* archive, const std::string& name, std::string& bytes) {
   bytes.clear();
   zip_int64_t n = 0;
   // Asks for one byte past the declared end, so that a member longer than it said is caught.
-  while ((n = part.ReadMore(bytes, std::min<zip_uint64_t>(part.Size() - bytes.size() + 1, kReadChunkBytes))) > 0) {
+  const auto nextChunk = [&] {
+    return std::min<zip_uint64_t>(part.Size() - bytes.size() + 1, std::max(bytes.size(), kFirstChunkBytes));
+  };
+  while ((n = part.ReadMore(bytes, nextChunk())) > 0) {
   }
   return n == 0;
 }

@@ -11,6 +11,8 @@
 #include "kvx/platform/ModuleApplication.h"
 #include "kvx/platform/Resources.h"
 
+class KvxXMLDocument;
+
 class CKVXIMRulesApp : public kvx::platform::ModuleApplication {
  public:
   CKVXIMRulesApp();
@@ -54,8 +56,10 @@ class CKVXIMRulesApp : public kvx::platform::ModuleApplication {
 
 // The application object once start-up has finished; null before.
 CKVXIMRulesApp* GetModuleApp();
-// The handle of the common-rules library; null when it could not be loaded.
-kvx::platform::DynamicLibrary* GetCommonRulesLibrary();
+// The common-rules library's own document setter (it has the same name as the module's export); null
+// before start-up, after shut-down, or when that library could not be found.
+using CommonRulesSetXMLDocFn = void (*)(KvxXMLDocument* doc);
+CommonRulesSetXMLDocFn CommonRulesSetXMLDoc();
 
 // Host-version registry sub-key names read by the language routine.
 extern const wchar_t* const strSolidWorksVersion1;
