@@ -41,7 +41,7 @@ int CreateTemporaryBeside(const std::string& target, std::string& temp) {
   return -1;
 }
 
-bool WriteAll(int fd, const std::string& bytes) {
+bool WriteAll(int fd, std::string_view bytes) {
   size_t written = 0;
   while (written < bytes.size()) {
     const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
@@ -113,6 +113,11 @@ bool RemoveEmptyDirectory(const std::wstring& path) { return ::rmdir(Narrow(path
 bool RemoveFile(const std::wstring& path) { return ::unlink(Narrow(path).c_str()) == 0; }
 
 bool WriteFileAtomically(const std::wstring& path, const std::string& bytes, std::wstring* error) {
+  return WriteFileAtomicallyInPieces(path, [&](const PieceSink& sink) { return sink(bytes); }, error);
+}
+
+bool WriteFileAtomicallyInPieces(const std::wstring& path, const std::function<bool(const PieceSink&)>& write,
+                                 std::wstring* error) {
   const auto fail = [&](const std::wstring& reason) {
     if (error) *error = reason;
     return false;
@@ -122,7 +127,7 @@ bool WriteFileAtomically(const std::wstring& path, const std::string& bytes, std
   std::string temp;
   const int fd = CreateTemporaryBeside(target, temp);
   if (fd < 0) return fail(L"cannot create a temporary file beside " + path);
-  const bool complete = WriteAll(fd, bytes) && ::fsync(fd) == 0;
+  const bool complete = write([fd](std::string_view piece) { return WriteAll(fd, piece); }) && ::fsync(fd) == 0;
   KeepModeOf(target, fd);
   const bool closed = ::close(fd) == 0;
   if (!complete || !closed || ::rename(temp.c_str(), target.c_str()) != 0) {

@@ -1,6 +1,8 @@
 #pragma once
 // File-system probes.
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "kvx/platform/Export.h"
 
@@ -25,5 +27,11 @@ KVX_PLATFORM_API bool RemoveFile(const std::wstring& path);
 // with the reason in `error` when given.
 KVX_PLATFORM_API bool WriteFileAtomically(const std::wstring& path, const std::string& bytes,
                                           std::wstring* error = nullptr);
+// The same for content made piece by piece, so that it is never held whole: `write` hands every piece to
+// the sink in order and returns false to abandon the file (a sink returns false when a piece was not written).
+using PieceSink = std::function<bool(std::string_view)>;
+KVX_PLATFORM_API bool WriteFileAtomicallyInPieces(const std::wstring& path,
+                                                  const std::function<bool(const PieceSink&)>& write,
+                                                  std::wstring* error = nullptr);
 
 }  // namespace kvx::platform
