@@ -146,9 +146,9 @@ int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out,
   OwnedRules rules(host);
   CollectAllRules(host, rules);
   if (options.json) {
-    ordered_json list = ordered_json::array();
-    for (CKvxRule* rule : rules.All()) list.push_back(RuleToJson(rule, texts.get()));
-    out << list.dump(2) << "\n";
+    JsonArrayStream list(out);
+    for (CKvxRule* rule : rules.All()) list.Add(RuleToJson(rule, texts.get()));
+    list.Finish();
     return 0;
   }
   for (CKvxRule* rule : rules.All()) out << RuleToLine(*rule) << "\n";
@@ -165,7 +165,7 @@ int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
   const auto texts = LoadHostResources();  // the names shown beside codes and the parameters' labels
   kvx::platform::ResourceScope scope(texts.get());
   OwnedRules rules(host);
-  ordered_json list = ordered_json::array();
+  JsonArrayStream list(out);
   const auto nodes = root->GetNodeList(L"Rule");
   for (int i = 0; i < nodes->GetSize(); ++i) {
     const auto node = nodes->GetItem(i);
@@ -173,14 +173,14 @@ int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
     host.GetRule(node.get(), &rule);
     rules.Add(rule);
     if (options.json) {
-      list.push_back(RuleToJson(rule, texts.get()));
+      list.Add(RuleToJson(rule, texts.get()));
       continue;
     }
     std::wstring name;
     node->GetAttributeValue(L"Name", name);
     out << (rule ? RuleToLine(*rule) : "(no rule) " + Narrow(name)) << "\n";
   }
-  if (options.json) out << list.dump(2) << "\n";
+  if (options.json) list.Finish();
   return 0;
 }
 

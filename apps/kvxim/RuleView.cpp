@@ -102,6 +102,21 @@ ordered_json RuleToJson(const CKvxRule* rule, const kvx::platform::ResourceLibra
   };
 }
 
+void JsonArrayStream::Add(const nlohmann::ordered_json& element) {
+  out_ << (empty_ ? "[\n  " : ",\n  ");
+  empty_ = false;
+  // Strings hold their line breaks escaped, so every raw one is the element's own layout: one level deeper.
+  const std::string text = element.dump(2);
+  size_t start = 0;
+  for (size_t end = text.find('\n'); end != std::string::npos; start = end + 1, end = text.find('\n', start)) {
+    out_.write(text.data() + start, static_cast<std::streamsize>(end + 1 - start));
+    out_ << "  ";
+  }
+  out_.write(text.data() + start, static_cast<std::streamsize>(text.size() - start));
+}
+
+void JsonArrayStream::Finish() { out_ << (empty_ ? "[]\n" : "\n]\n"); }
+
 std::string RuleToLine(const CKvxRule& rule) {
   return std::to_string(rule.m_iRuleId) + "  " + Narrow(rule.m_csDisplayName) + ": " + Narrow(rule.m_csSummary);
 }

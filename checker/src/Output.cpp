@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <unordered_map>
 
@@ -207,29 +205,6 @@ std::string HtmlReport(const Part& part, const CheckReport& report, const std::v
   }
   html += "</table></body></html>\n";
   return html;
-}
-
-bool WriteFileAtomically(const std::string& path, const std::string& text, std::string& error) {
-  const std::string temporary = path + ".part";
-  {
-    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.flush();
-    if (!out) {
-      error = "cannot write " + path;
-      std::error_code ignored;
-      std::filesystem::remove(temporary, ignored);
-      return false;
-    }
-  }
-  std::error_code code;
-  std::filesystem::rename(temporary, path, code);
-  if (code) {
-    error = "cannot write " + path + ": " + code.message();
-    std::filesystem::remove(temporary, code);
-    return false;
-  }
-  return true;
 }
 
 }  // namespace kvx::checker

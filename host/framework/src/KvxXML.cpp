@@ -80,8 +80,16 @@ bool IsNameChar(long c) {
          (c >= 0x300 && c <= 0x36F) || c == 0x203F || c == 0x2040;
 }
 
+bool IsAsciiNameStart(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':'; }
+bool IsAsciiNameChar(char c) { return IsAsciiNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; }
+
 // Element and attribute names must be XML names, or the written file could not be read back.
 bool IsXmlName(std::string_view name) {
+  // Rule sets name everything in ASCII: those names are decided without decoding.
+  if (!name.empty() && IsAsciiNameStart(name.front()) &&
+      std::all_of(name.begin() + 1, name.end(), IsAsciiNameChar)) {
+    return true;
+  }
   size_t at = 0;
   for (bool first = true; at < name.size(); first = false) {
     const long c = NextCodePoint(name, at);
@@ -162,6 +170,15 @@ bool KvxXMLNode::AppendNode(KvxXMLNode* child) {
   if (!node_.append_move(child->node_)) return false;
   Unpark(child->node_);
   return true;
+}
+
+std::unique_ptr<KvxXMLNode> KvxXMLNode::AppendElement(const std::wstring& name, const std::wstring& text) {
+  const std::string narrowName = Narrow(name);
+  if (!node_ || !IsXmlName(narrowName)) return nullptr;
+  const pugi::xml_node child = node_.append_child(narrowName.c_str());
+  if (!child) return nullptr;
+  if (!text.empty()) child.text().set(XmlText(text).c_str());
+  return std::make_unique<KvxXMLNode>(document_, child);
 }
 
 bool KvxXMLNode::ReplaceChild(KvxXMLNode* newChild, KvxXMLNode* oldChild) {
@@ -360,21 +377,58 @@ class StringWriter : public pugi::xml_writer {
  private:
   std::string& out_;
 };
+
+// Hands the written document on in pieces of about 64 KiB, so a save never holds its whole text.
+class PieceWriter : public pugi::xml_writer {
+ public:
+  explicit PieceWriter(const kvx::platform::PieceSink& sink) : sink_(sink) { buffer_.reserve(kPiece); }
+  void write(const void* data, size_t size) override {
+    buffer_.append(static_cast<const char*>(data), size);
+    if (buffer_.size() >= kPiece) Flush();
+  }
+  // Writes what is left; false when any piece was not written.
+  bool Finish() {
+    Flush();
+    return ok_;
+  }
+
+ private:
+  static constexpr size_t kPiece = 64 * 1024;
+  void Flush() {
+    ok_ = ok_ && sink_(buffer_);
+    buffer_.clear();
+  }
+  const kvx::platform::PieceSink& sink_;
+  std::string buffer_;
+  bool ok_ = true;
+};
+
+constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 }  // namespace
 
-std::string KvxXMLDocument::ToText() const {
-  std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-  StringWriter out(text);
+void KvxXMLDocument::Print(pugi::xml_writer& out) const {
+  out.write(kDeclaration.data(), kDeclaration.size());
   for (pugi::xml_node child : doc_.children()) {
     if (child.type() == pugi::node_declaration) continue;
     if (child.name() == std::string_view(kStagingName)) continue;
     child.print(out, "  ", pugi::format_indent, pugi::encoding_utf8);
   }
+}
+
+std::string KvxXMLDocument::ToText() const {
+  std::string text;
+  StringWriter out(text);
+  Print(out);
   return text;
 }
 
 bool KvxXMLDocument::SaveFile(const std::wstring& path, std::wstring& error) const {
-  const kvx::platform::WriteResult written = kvx::platform::WriteFileAtomically(path, ToText());
+  const kvx::platform::WriteResult written =
+      kvx::platform::WriteFileAtomicallyInPieces(path, [this](const kvx::platform::PieceSink& sink) {
+        PieceWriter out(sink);
+        Print(out);
+        return out.Finish();
+      });
   error = written.description;
   return static_cast<bool>(written);
 }

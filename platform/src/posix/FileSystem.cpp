@@ -152,15 +152,21 @@ class PendingFile {
     return errno;
   }
 
-  // Writes everything and makes it durable. 0, or the system's error number.
-  int Complete(const std::string& bytes, const std::string& target) {
-    for (size_t written = 0; written < bytes.size();) {
-      const ssize_t n = ::write(fd_, bytes.data() + written, bytes.size() - written);
+  // Appends one piece. 0, or the system's error number.
+  int Append(std::string_view piece) {
+    for (size_t written = 0; written < piece.size();) {
+      const ssize_t n = ::write(fd_, piece.data() + written, piece.size() - written);
       if (n < 0 && errno == EINTR) continue;
       if (n < 0) return errno;
       if (n == 0) return EIO;
       written += static_cast<size_t>(n);
     }
+    return 0;
+  }
+
+  // Makes what was appended durable, with the permissions of the file it replaces. 0, or the system's
+  // error number.
+  int Finish(const std::string& target) {
     KeepModeOf(target, fd_);
     return ::fsync(fd_) == 0 ? 0 : errno;
   }
@@ -200,11 +206,26 @@ WriteResult Failure(int error, const std::string& doing, const std::string& path
   return {WriteOutcome::Failed, error, Widen(doing + " " + path + ": " + detail + SystemReason(error))};
 }
 
-WriteResult WriteBeside(const std::string& target, const std::string& bytes, bool replace) {
+using Producer = std::function<bool(const PieceSink&)>;
+
+// Runs `write` into the pending file. 0, or the system's error number (EIO when the producer gave up
+// without a failed write).
+int Fill(PendingFile& file, const Producer& write) {
+  int error = 0;
+  const bool produced = write([&](std::string_view piece) {
+    if (error == 0) error = file.Append(piece);
+    return error == 0;
+  });
+  if (error != 0) return error;
+  return produced ? 0 : EIO;
+}
+
+WriteResult WriteBeside(const std::string& target, const Producer& write, bool replace) {
   RemoveStaleTemporaries(target);
   PendingFile file;
   if (const int error = file.Open(target); error != 0) return Failure(error, "cannot write", target);
-  if (const int error = file.Complete(bytes, target); error != 0) return Failure(error, "cannot write", target);
+  if (const int error = Fill(file, write); error != 0) return Failure(error, "cannot write", target);
+  if (const int error = file.Finish(target); error != 0) return Failure(error, "cannot write", target);
   if (const int error = file.Publish(target, replace); error != 0) {
     if (error == EEXIST && !replace) return {WriteOutcome::AlreadyExists, 0, {}};
     return Failure(error, replace ? "cannot replace" : "cannot create", target);
@@ -234,15 +255,20 @@ WriteResult ResolveLink(const std::string& path, std::string& target) {
 WriteResult NoName() { return {WriteOutcome::Failed, ENOENT, L"no file name given"}; }
 }  // namespace
 
-WriteResult WriteFileAtomically(const std::wstring& path, const std::string& bytes) {
+WriteResult WriteFileAtomicallyInPieces(const std::wstring& path, const Producer& write) {
   if (path.empty()) return NoName();
   std::string target;
   if (WriteResult resolved = ResolveLink(Narrow(path), target); !resolved) return resolved;
-  return WriteBeside(target, bytes, true);
+  return WriteBeside(target, write, true);
+}
+
+WriteResult WriteFileAtomically(const std::wstring& path, std::string_view bytes) {
+  return WriteFileAtomicallyInPieces(path, [bytes](const PieceSink& sink) { return sink(bytes); });
 }
 
 WriteResult CreateFileAtomically(const std::wstring& path, const std::string& bytes) {
-  return path.empty() ? NoName() : WriteBeside(Narrow(path), bytes, false);
+  if (path.empty()) return NoName();
+  return WriteBeside(Narrow(path), [&bytes](const PieceSink& sink) { return sink(bytes); }, false);
 }
 
 }  // namespace kvx::platform

@@ -17,7 +17,5 @@ std::string HtmlReport(const Part& part, const CheckReport& report, const std::v
 // One picture of the part seen along `view`: faces shaded, the faces of findings coloured by severity, the pull
 // direction drawn, each finding's number at its point.
 std::string SvgView(const Part& part, const CheckReport& report, Vec3 view, int size);
-// Writes `text` to `path` through a temporary file that replaces it only once complete; false with `error` set.
-bool WriteFileAtomically(const std::string& path, const std::string& text, std::string& error);
 
 }  // namespace kvx::checker

@@ -1,6 +1,8 @@
 #pragma once
 // File-system probes.
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "kvx/platform/Export.h"
 
@@ -35,7 +37,14 @@ struct WriteResult {
 // the old file is replaced only once the new one is complete. A symbolic link is written through: the link
 // stays and the file it names gets the content. On any failure the old file is untouched and no temporary
 // file is left; temporaries that a killed write of the same file left behind are removed.
-KVX_PLATFORM_API WriteResult WriteFileAtomically(const std::wstring& path, const std::string& bytes);
+KVX_PLATFORM_API WriteResult WriteFileAtomically(const std::wstring& path, std::string_view bytes);
+
+// The same for content made piece by piece, so that it is never held whole: `write` hands every piece to
+// the sink in order and returns false to abandon the file (the sink returns false when a piece was not
+// written; the result then carries the system's reason).
+using PieceSink = std::function<bool(std::string_view)>;
+KVX_PLATFORM_API WriteResult WriteFileAtomicallyInPieces(const std::wstring& path,
+                                                         const std::function<bool(const PieceSink&)>& write);
 
 // Like WriteFileAtomically, but only where nothing is yet: when another process got there first, its
 // file stays and the outcome is AlreadyExists. Readers see either no file or the complete one.

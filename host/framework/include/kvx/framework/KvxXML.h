@@ -34,6 +34,9 @@ class KVX_FRAMEWORK_API KvxXMLNode {
   int GetNodeValueInInt() const;
   // Moves `child` (a node of the same document) under this element, after the last child; false otherwise.
   bool AppendNode(KvxXMLNode* child);
+  // Adds a new element called `name` after the last child, with `text` as its text unless that is empty;
+  // null when `name` is not an XML name. What CreateNode and AppendNode do, without parking the element.
+  std::unique_ptr<KvxXMLNode> AppendElement(const std::wstring& name, const std::wstring& text);
   // Puts `newChild` where `oldChild` (a child of this element) stands and drops `oldChild`; false otherwise.
   bool ReplaceChild(KvxXMLNode* newChild, KvxXMLNode* oldChild);
   // The child elements called `name`, in document order (an empty list when there are none).
@@ -100,6 +103,8 @@ class KVX_FRAMEWORK_API KvxXMLDocument {
 
  private:
   pugi::xml_node Staging();
+  // The document's text (declaration, then the content without the parked nodes) into `out`.
+  void Print(pugi::xml_writer& out) const;
   // Makes a parsed and checked document the content, keeping the parked nodes.
   void Adopt(pugi::xml_document& fresh);
   pugi::xml_document doc_;
