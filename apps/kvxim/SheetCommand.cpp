@@ -125,7 +125,7 @@ int RunSheetCommand(const SheetCommandOptions& options, std::ostream& out, std::
 void AddSheetCommand(CLI::App& app, kvxim::CommandTable& table) {
   auto options = std::make_shared<SheetCommandOptions>();
   CLI::App* sheet = app.add_subcommand(
-      "sheet", "Read columns of a spreadsheet (.xls, .xlsx) as the tolerance import does; exit 1 when the "
+      "sheet", "read columns of a spreadsheet (.xls, .xlsx) as the tolerance import does; exit 1 when the "
                "file cannot be read, 2 when a column is empty");
   sheet->add_option("FILE", options->file, "The spreadsheet file")->required();
   sheet->add_option("--columns", options->columns, "Column letters, comma-separated")
