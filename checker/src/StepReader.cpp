@@ -13,9 +13,14 @@
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <Message_ProgressIndicator.hxx>
+#include <OSD.hxx>
+#include <OSD_Exception.hxx>
 #include <Poly_Triangulation.hxx>
 #include <STEPControl_Reader.hxx>
+#include <StepData_StepModel.hxx>
+#include <StepGeom_Line.hxx>
 #include <ShapeCustom_Surface.hxx>
+#include <Standard_ErrorHandler.hxx>
 #include <Standard_Failure.hxx>
 #include <TColStd_SequenceOfAsciiString.hxx>
 #include <TopExp.hxx>
@@ -24,7 +29,9 @@
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS.hxx>
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <csignal>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -49,6 +56,32 @@ class QuietMessenger {
 
  private:
   Message_SequenceOfPrinters saved_;
+};
+
+// Open CASCADE follows the references of a damaged file without looking (a LINE whose direction is not a
+// VECTOR is read as a null handle and then used). With its own signal handlers in place such a fault jumps
+// back to the nearest OCC_CATCH_SIGNALS as a Standard_Failure instead of ending the process. The handlers
+// are process-wide, so whatever was there before (a sanitizer's, a fuzzer's, the default) is put back once
+// the part is read. Floating-point traps stay off: the geometry code relies on quiet infinities.
+class FaultsAsFailures {
+ public:
+  FaultsAsFailures() {
+    for (std::size_t i = 0; i < kTaken.size(); ++i) sigaction(kTaken[i], nullptr, &saved_[i]);
+    OSD::SetSignal(OSD_SignalMode_Set, Standard_False);
+    // Only faults are turned into failures: an interrupt still ends the program as the user expects.
+    for (std::size_t i = kFaults; i < kTaken.size(); ++i) sigaction(kTaken[i], &saved_[i], nullptr);
+  }
+  ~FaultsAsFailures() {
+    for (std::size_t i = 0; i < kTaken.size(); ++i) sigaction(kTaken[i], &saved_[i], nullptr);
+  }
+  FaultsAsFailures(const FaultsAsFailures&) = delete;
+  FaultsAsFailures& operator=(const FaultsAsFailures&) = delete;
+
+ private:
+  // Every signal Open CASCADE takes over, the first kFaults of them the faults it turns into failures.
+  static constexpr std::array kTaken{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGSYS, SIGXCPU, SIGXFSZ};
+  static constexpr std::size_t kFaults = 4;
+  std::array<struct sigaction, kTaken.size()> saved_{};
 };
 
 // Lets the reader and the mesher stop when the budget runs out.
@@ -205,6 +238,18 @@ ReadResult Failure(std::string error) {
   return result;
 }
 
+// Entities the transfer would use without checking, found before it runs: a fault inside the transfer is
+// caught too, but leaves the reader's memory behind. Returns what is wrong, or nothing.
+std::string MissingReferences(const Handle(StepData_StepModel)& model) {
+  if (model.IsNull()) return {};
+  for (int i = 1; i <= model->NbEntities(); ++i) {
+    const Handle(StepGeom_Line) line = Handle(StepGeom_Line)::DownCast(model->Value(i));
+    if (line.IsNull() || (!line->Pnt().IsNull() && !line->Dir().IsNull())) continue;
+    return "the LINE #" + std::to_string(model->IdentLabel(line)) + " has no point or no VECTOR direction";
+  }
+  return {};
+}
+
 // Transfers what the reader has loaded and builds the part from it.
 ReadResult Build(STEPControl_Reader& reader, const std::string& name, const Budget& budget) {
   ReadResult result;
@@ -263,15 +308,21 @@ template <typename Load>
 ReadResult Read(const std::string& name, const Budget& budget, Load load) {
   try {
     QuietMessenger quiet;
+    FaultsAsFailures faults;
+    OCC_CATCH_SIGNALS
     Interface_Static::SetCVal("xstep.cascade.unit", "MM");
     STEPControl_Reader reader;
     if (load(reader) != IFSelect_RetDone) return Failure("not a readable STEP file: " + name);
     if (reader.NbRootsForTransfer() == 0) return Failure("the file holds no shape");
+    if (const std::string missing = MissingReferences(reader.StepModel()); !missing.empty())
+      return Failure("the part cannot be read: " + missing);
     return Build(reader, name, budget);
+  } catch (const OSD_Exception& fault) {
+    return Failure(std::string("the part cannot be read: its reader failed on it (") + fault.GetMessageString() + ")");
   } catch (const Standard_Failure& failure) {
-    return Failure(std::string("the part is damaged: ") + failure.GetMessageString());
+    return Failure(std::string("the part cannot be read: ") + failure.GetMessageString());
   } catch (const std::exception& failure) {
-    return Failure(std::string("the part could not be read: ") + failure.what());
+    return Failure(std::string("the part cannot be read: ") + failure.what());
   }
 }
 
