@@ -9,6 +9,7 @@
 #include <GeomAdaptor_Surface.hxx>
 #include <Geom_Surface.hxx>
 #include <IMeshTools_Parameters.hxx>
+#include <Interface_Check.hxx>
 #include <Interface_Static.hxx>
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
@@ -17,11 +18,11 @@
 #include <OSD_Exception.hxx>
 #include <Poly_Triangulation.hxx>
 #include <STEPControl_Reader.hxx>
-#include <StepData_StepModel.hxx>
-#include <StepGeom_Line.hxx>
 #include <ShapeCustom_Surface.hxx>
 #include <Standard_ErrorHandler.hxx>
 #include <Standard_Failure.hxx>
+#include <StepData_StepModel.hxx>
+#include <StepRepr_RepresentationItem.hxx>
 #include <TColStd_SequenceOfAsciiString.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
@@ -79,7 +80,8 @@ class FaultsAsFailures {
 
  private:
   // Every signal Open CASCADE takes over, the first kFaults of them the faults it turns into failures.
-  static constexpr std::array kTaken{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGSYS, SIGXCPU, SIGXFSZ};
+  static constexpr std::array kTaken{SIGSEGV, SIGBUS,  SIGFPE, SIGILL,  SIGHUP, SIGINT,
+                                     SIGQUIT, SIGTERM, SIGSYS, SIGXCPU, SIGXFSZ};
   static constexpr std::size_t kFaults = 4;
   std::array<struct sigaction, kTaken.size()> saved_{};
 };
@@ -238,14 +240,18 @@ ReadResult Failure(std::string error) {
   return result;
 }
 
-// Entities the transfer would use without checking, found before it runs: a fault inside the transfer is
-// caught too, but leaves the reader's memory behind. Returns what is wrong, or nothing.
-std::string MissingReferences(const Handle(StepData_StepModel)& model) {
+// Geometry and topology the transfer would use without looking, refused before it runs when the file
+// damaged them (a LINE whose direction is not a VECTOR, a VECTOR without a DIRECTION): a fault inside the
+// transfer is caught too, but leaves the reader's memory behind and says less. Other damaged entities
+// (names, product data) are left to the reader. Returns what is wrong, or nothing.
+std::string DamagedShapeEntity(const Handle(StepData_StepModel)& model) {
   if (model.IsNull()) return {};
   for (int i = 1; i <= model->NbEntities(); ++i) {
-    const Handle(StepGeom_Line) line = Handle(StepGeom_Line)::DownCast(model->Value(i));
-    if (line.IsNull() || (!line->Pnt().IsNull() && !line->Dir().IsNull())) continue;
-    return "the LINE #" + std::to_string(model->IdentLabel(line)) + " has no point or no VECTOR direction";
+    if (!model->Value(i)->IsKind(STANDARD_TYPE(StepRepr_RepresentationItem))) continue;
+    const Handle(Interface_Check)& check = model->Check(i, Standard_True);
+    if (check.IsNull() || !check->HasFailed()) continue;
+    return "#" + std::to_string(model->IdentLabel(model->Value(i))) + " " + model->TypeName(model->Value(i)) + ": " +
+           check->CFail(1);
   }
   return {};
 }
@@ -314,8 +320,8 @@ ReadResult Read(const std::string& name, const Budget& budget, Load load) {
     STEPControl_Reader reader;
     if (load(reader) != IFSelect_RetDone) return Failure("not a readable STEP file: " + name);
     if (reader.NbRootsForTransfer() == 0) return Failure("the file holds no shape");
-    if (const std::string missing = MissingReferences(reader.StepModel()); !missing.empty())
-      return Failure("the part cannot be read: " + missing);
+    if (const std::string damaged = DamagedShapeEntity(reader.StepModel()); !damaged.empty())
+      return Failure("the part cannot be read: " + damaged);
     return Build(reader, name, budget);
   } catch (const OSD_Exception& fault) {
     return Failure(std::string("the part cannot be read: its reader failed on it (") + fault.GetMessageString() + ")");
