@@ -9,14 +9,20 @@
 #include <GeomAdaptor_Surface.hxx>
 #include <Geom_Surface.hxx>
 #include <IMeshTools_Parameters.hxx>
+#include <Interface_Check.hxx>
 #include <Interface_Static.hxx>
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <Message_ProgressIndicator.hxx>
+#include <OSD.hxx>
+#include <OSD_Exception.hxx>
 #include <Poly_Triangulation.hxx>
 #include <STEPControl_Reader.hxx>
 #include <ShapeCustom_Surface.hxx>
+#include <Standard_ErrorHandler.hxx>
 #include <Standard_Failure.hxx>
+#include <StepData_StepModel.hxx>
+#include <StepRepr_RepresentationItem.hxx>
 #include <TColStd_SequenceOfAsciiString.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
@@ -24,7 +30,9 @@
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS.hxx>
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <csignal>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -49,6 +57,33 @@ class QuietMessenger {
 
  private:
   Message_SequenceOfPrinters saved_;
+};
+
+// Open CASCADE follows the references of a damaged file without looking (a LINE whose direction is not a
+// VECTOR is read as a null handle and then used). With its own signal handlers in place such a fault jumps
+// back to the nearest OCC_CATCH_SIGNALS as a Standard_Failure instead of ending the process. The handlers
+// are process-wide, so whatever was there before (a sanitizer's, a fuzzer's, the default) is put back once
+// the part is read. Floating-point traps stay off: the geometry code relies on quiet infinities.
+class FaultsAsFailures {
+ public:
+  FaultsAsFailures() {
+    for (std::size_t i = 0; i < kTaken.size(); ++i) sigaction(kTaken[i], nullptr, &saved_[i]);
+    OSD::SetSignal(OSD_SignalMode_Set, Standard_False);
+    // Only faults are turned into failures: an interrupt still ends the program as the user expects.
+    for (std::size_t i = kFaults; i < kTaken.size(); ++i) sigaction(kTaken[i], &saved_[i], nullptr);
+  }
+  ~FaultsAsFailures() {
+    for (std::size_t i = 0; i < kTaken.size(); ++i) sigaction(kTaken[i], &saved_[i], nullptr);
+  }
+  FaultsAsFailures(const FaultsAsFailures&) = delete;
+  FaultsAsFailures& operator=(const FaultsAsFailures&) = delete;
+
+ private:
+  // Every signal Open CASCADE takes over, the first kFaults of them the faults it turns into failures.
+  static constexpr std::array kTaken{SIGSEGV, SIGBUS,  SIGFPE, SIGILL,  SIGHUP, SIGINT,
+                                     SIGQUIT, SIGTERM, SIGSYS, SIGXCPU, SIGXFSZ};
+  static constexpr std::size_t kFaults = 4;
+  std::array<struct sigaction, kTaken.size()> saved_{};
 };
 
 // Lets the reader and the mesher stop when the budget runs out.
@@ -205,6 +240,22 @@ ReadResult Failure(std::string error) {
   return result;
 }
 
+// Geometry and topology the transfer would use without looking, refused before it runs when the file
+// damaged them (a LINE whose direction is not a VECTOR, a VECTOR without a DIRECTION): a fault inside the
+// transfer is caught too, but leaves the reader's memory behind and says less. Other damaged entities
+// (names, product data) are left to the reader. Returns what is wrong, or nothing.
+std::string DamagedShapeEntity(const Handle(StepData_StepModel)& model) {
+  if (model.IsNull()) return {};
+  for (int i = 1; i <= model->NbEntities(); ++i) {
+    if (!model->Value(i)->IsKind(STANDARD_TYPE(StepRepr_RepresentationItem))) continue;
+    const Handle(Interface_Check)& check = model->Check(i, Standard_True);
+    if (check.IsNull() || !check->HasFailed()) continue;
+    return "#" + std::to_string(model->IdentLabel(model->Value(i))) + " " + model->TypeName(model->Value(i)) + ": " +
+           check->CFail(1);
+  }
+  return {};
+}
+
 // Transfers what the reader has loaded and builds the part from it.
 ReadResult Build(STEPControl_Reader& reader, const std::string& name, const Budget& budget) {
   ReadResult result;
@@ -263,15 +314,21 @@ template <typename Load>
 ReadResult Read(const std::string& name, const Budget& budget, Load load) {
   try {
     QuietMessenger quiet;
+    FaultsAsFailures faults;
+    OCC_CATCH_SIGNALS
     Interface_Static::SetCVal("xstep.cascade.unit", "MM");
     STEPControl_Reader reader;
     if (load(reader) != IFSelect_RetDone) return Failure("not a readable STEP file: " + name);
     if (reader.NbRootsForTransfer() == 0) return Failure("the file holds no shape");
+    if (const std::string damaged = DamagedShapeEntity(reader.StepModel()); !damaged.empty())
+      return Failure("the part cannot be read: " + damaged);
     return Build(reader, name, budget);
+  } catch (const OSD_Exception& fault) {
+    return Failure(std::string("the part cannot be read: its reader failed on it (") + fault.GetMessageString() + ")");
   } catch (const Standard_Failure& failure) {
-    return Failure(std::string("the part is damaged: ") + failure.GetMessageString());
+    return Failure(std::string("the part cannot be read: ") + failure.GetMessageString());
   } catch (const std::exception& failure) {
-    return Failure(std::string("the part could not be read: ") + failure.what());
+    return Failure(std::string("the part cannot be read: ") + failure.what());
   }
 }
 

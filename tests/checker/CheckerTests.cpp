@@ -76,6 +76,7 @@ TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
       {PartPath("truncated"), ""},
       {PartPath("missing"), "cannot open"},
       {std::string(KVX_CHECKER_PARTS) + "/../CTestTestfile.cmake", "not a STEP file"},
+      {std::string(KVX_FUZZ_FINDINGS) + "/step-line-without-vector.step", "the part cannot be read: #"},
   };
   for (const auto& [path, word] : cases) {
     const ReadResult result = ReadStepFile(path, Budget(60s));
