@@ -91,6 +91,8 @@ bool CKVXIMRuleFrame::FillFromDefaultConstraints(std::vector<SlotTexts>& texts) 
       // Switched-off parameters are passed over before their old value layout is looked at.
       if (summary.piecesOnlyWhenEnabled && !parameter->IsEnabled()) continue;
       if (slot->normaliseLegacyValues) kvx::params::NormaliseLegacyValues(parameter.get());
+      // An old layout whose leading entry is not 1.0 switches the limit off: it is saved off, so it is not quoted.
+      if (summary.piecesOnlyWhenEnabled && !parameter->IsEnabled()) continue;
       Take(texts[static_cast<size_t>(slot - summary.slots.begin())], *parameter);
     }
   }

@@ -116,12 +116,18 @@ TEST_F(RuleSummaryTest, RibReinforcementShowsTheLimitsThatAreOn) {
   rule.BuildSummary();
   EXPECT_EQ(rule.m_csSummary, height);
 
-  // A "Default" entry is looked at only while it is on, and normalised after that test.
+  // A "Default" entry whose old layout switches it off is not quoted, not even by the build that
+  // normalises it: the limit is saved switched off, so the summary must not show it (a damaged record
+  // read two values into one parameter and the next save then disagreed with its own summary).
   SetMaterialWorkflow(true);
   CKVXIMRibReinforcementRule withConstraint;
-  Values(withConstraint, 2077, true) = {0.0, 6.0};
-  withConstraint.BuildSummary();
-  EXPECT_EQ(withConstraint.m_csSummary, Format(2074, OrEqual(), L"6.0", En(2000)) + height);
+  Values(withConstraint, 2077, true) = {5.0, 6.0};
+  for (int build = 0; build < 2; ++build) {
+    withConstraint.BuildSummary();
+    EXPECT_EQ(withConstraint.m_csSummary, height);
+  }
+  EXPECT_FALSE(Param(withConstraint, 2077, true).bStatus);
+  Values(withConstraint, 2077, true) = {1.0, 6.0};  // left alone while it is off
   withConstraint.BuildSummary();
   EXPECT_EQ(withConstraint.m_csSummary, height);
 }
