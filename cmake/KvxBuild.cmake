@@ -4,6 +4,10 @@ if(KVX_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   add_link_options(-fsanitize=address,undefined)
 endif()
+if(KVX_COVERAGE)
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
 # The fuzz build instruments every target for coverage; only the harnesses link the fuzzer's main.
 if(KVX_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
