@@ -146,8 +146,8 @@ int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out,
   OwnedRules rules(host);
   CollectAllRules(host, rules);
   if (options.json) {
-    JsonArrayStream list(out);
-    for (CKvxRule* rule : rules.All()) list.Add(RuleToJson(rule, texts.get()));
+    JsonRuleArray list(out, texts.get());
+    for (CKvxRule* rule : rules.All()) list.Add(rule);
     list.Finish();
     return 0;
   }
@@ -165,7 +165,7 @@ int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
   const auto texts = LoadHostResources();  // the names shown beside codes and the parameters' labels
   kvx::platform::ResourceScope scope(texts.get());
   OwnedRules rules(host);
-  JsonArrayStream list(out);
+  JsonRuleArray list(out, texts.get());
   const auto nodes = root->GetNodeList(L"Rule");
   for (int i = 0; i < nodes->GetSize(); ++i) {
     const auto node = nodes->GetItem(i);
@@ -173,7 +173,7 @@ int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
     host.GetRule(node.get(), &rule);
     rules.Add(rule);
     if (options.json) {
-      list.Add(RuleToJson(rule, texts.get()));
+      list.Add(rule);
       continue;
     }
     std::wstring name;

@@ -1,7 +1,5 @@
 #pragma once
 // How kvxim shows a rule: a JSON object or one line of text.
-#include <nlohmann/json.hpp>
-
 #include <ostream>
 #include <string>
 
@@ -13,20 +11,21 @@ class ResourceLibrary;
 
 namespace kvxim {
 
-// The rule as the JSON object documented in the README; null JSON for a null rule. A parameter's "label" is
-// its name, else the text of its id in `texts` (the rule module's resource library; may be null).
-nlohmann::ordered_json RuleToJson(const CKvxRule* rule, const kvx::platform::ResourceLibrary* texts);
-// Writes a JSON array one element at a time, in the very bytes `dump(2)` gives for the whole array, so a
-// long listing is never held as one document nor as one string.
-class JsonArrayStream {
+// Writes rules as a JSON array (the objects documented in the README; null for a null rule), one rule at a
+// time, in the very bytes nlohmann's `dump(2)` gives for the whole array as a tree, so a long listing is never
+// held as a document nor as one string. A parameter's "label" is its name, else the text of its id in `texts`
+// (the rule module's resource library; may be null).
+class JsonRuleArray {
  public:
-  explicit JsonArrayStream(std::ostream& out) : out_(out) {}
-  void Add(const nlohmann::ordered_json& element);
+  JsonRuleArray(std::ostream& out, const kvx::platform::ResourceLibrary* texts) : out_(out), texts_(texts) {}
+  void Add(const CKvxRule* rule);
   // Closes the array and ends the line.
   void Finish();
 
  private:
   std::ostream& out_;
+  const kvx::platform::ResourceLibrary* texts_;
+  std::string buffer_;  // one rule's text, reused
   bool empty_ = true;
 };
 
