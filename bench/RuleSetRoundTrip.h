@@ -41,20 +41,31 @@ inline void CollectAllRules(kvxim::ModuleHost& host, RuleBatch& batch) {
   for (int i = 0; i < array.GetSize(); ++i) batch.Add(array.GetAt(i));
 }
 
-// Loads `input`, makes a rule of every node and writes them all into a fresh document saved as `output`.
-// Returns the number of rules written; 0 on failure.
-inline std::size_t RuleSetRoundTrip(kvxim::ModuleHost& host, const std::string& input, const std::string& output) {
+// Makes a rule of every "Rule" node of `input` into `rules`; false when the file cannot be loaded. The file's
+// document lives only while the rules are made: they keep no reference into it, and a host converting a file
+// need not hold its source beside the rules and the document they are written into.
+inline bool BuildRules(kvxim::ModuleHost& host, const std::string& input, RuleBatch& rules) {
+  KvxXMLDocument source;
   std::wstring error;
-  if (!host.Document().LoadFile(kvx::platform::Widen(input), error)) return 0;
-  auto root = host.Document().GetRootNode();
-  if (!root) return 0;
-  RuleBatch rules(host);
+  if (!source.LoadFile(kvx::platform::Widen(input), error)) return false;
+  auto root = source.GetRootNode();
+  if (!root) return false;
+  host.SetXMLDoc(&source);
   const auto nodes = root->GetNodeList(L"Rule");
   for (int i = 0; i < nodes->GetSize(); ++i) {
     CKvxRule* rule = nullptr;
     host.GetRule(nodes->GetItem(i).get(), &rule);
     if (rule) rules.Add(rule);
   }
+  host.SetXMLDoc(&host.Document());
+  return true;
+}
+
+// Loads `input`, makes a rule of every node and writes them all into a fresh document saved as `output`.
+// Returns the number of rules written; 0 on failure.
+inline std::size_t RuleSetRoundTrip(kvxim::ModuleHost& host, const std::string& input, const std::string& output) {
+  RuleBatch rules(host);
+  if (!BuildRules(host, input, rules)) return 0;
   KvxXMLDocument written;
   host.SetXMLDoc(&written);
   auto writtenRoot = written.CreateRootNode(L"RuleSet");
@@ -64,6 +75,7 @@ inline std::size_t RuleSetRoundTrip(kvxim::ModuleHost& host, const std::string& 
   for (CKvxRule* rule : rules.All()) {
     if (auto node = rule->GetXML()) count += writtenRoot->AppendNode(node.get()) ? 1 : 0;
   }
+  std::wstring error;
   const bool saved = written.SaveFile(kvx::platform::Widen(output), error);
   rules.Release();
   host.SetXMLDoc(&host.Document());
