@@ -4,18 +4,20 @@
 #include <fmt/xchar.h>
 
 #include <charconv>
-#include <cstdio>
-#include <cwchar>
+#include <cstdlib>
+#include <cstring>
+#include <pugixml.hpp>
 
 #include "ReadDouble.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/params/ModuleContext.h"
+#include "kvx/platform/Text.h"
 
 namespace kvx::params {
 
 namespace {
 constexpr size_t kInitialCapacity = 10;
-const wchar_t* const kDeviationKinds[] = {L"PercentDeviation", L"AbsoluteDeviation", L"AbsoluteValue"};
+const char* const kDeviationKinds[] = {"PercentDeviation", "AbsoluteDeviation", "AbsoluteValue"};
 
 // The "%f" text (fixed, six decimals) without the printf formatter, which took a tenth of a rule set's
 // round trip; the formatter stays for what no buffer here can hold.
@@ -26,24 +28,30 @@ std::wstring FixedText(double v) {
   return std::wstring(buffer, end);
 }
 
+// The decimal text of an integer, without the wide printf behind std::to_wstring.
+std::wstring IntText(long long v) {
+  char buffer[24];
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, v).ptr;
+  return std::wstring(buffer, end);
+}
+
 // --- one value to text and back, per value type ---
-std::wstring ToText(std::int32_t v, Type_e) { return std::to_wstring(v); }
+std::wstring ToText(std::int32_t v, Type_e) { return IntText(v); }
 std::wstring ToText(bool v, Type_e) { return v ? L"1" : L"0"; }
 std::wstring ToText(double v, Type_e) { return FixedText(v); }
 std::wstring ToText(const std::wstring& v, Type_e) { return v; }
 std::wstring ToText(std::intptr_t, Type_e) { return {}; }  // no text form
-std::wstring ToText(std::uint32_t v, Type_e) { return std::to_wstring(v); }
+std::wstring ToText(std::uint32_t v, Type_e) { return IntText(v); }
 std::wstring ToText(const std::optional<std::vector<std::wstring>>&, Type_e) { return {}; }
 
-// Reads "%ld" the way the scanner does: 0 when nothing matches.
-long ScanLong(const std::wstring& text) {
-  long value = 0;
-  std::swscanf(text.c_str(), L"%ld", &value);
-  return value;
-}
+// Reading walks pugixml's nodes and the UTF-8 texts as the document holds them: a handle, a node list and a
+// wide copy of every text looked at made reading the parameters the largest part of loading a rule set.
+
+// Reads "%ld" the way the scanner does (white space, a sign, decimal digits, clamped): 0 when nothing matches.
+long ScanLong(const char* text) { return std::strtol(text, nullptr, 10); }
 
 template <Type_e kType>
-typename ValueOf<kType>::type FromText(const std::wstring& text) {
+typename ValueOf<kType>::type FromText(const char* text) {
   if constexpr (kType == KVX_TYPE_INT) {
     try {
       return static_cast<std::int32_t>(std::stoi(text, nullptr, 10));
@@ -53,11 +61,11 @@ typename ValueOf<kType>::type FromText(const std::wstring& text) {
   } else if constexpr (kType == KVX_TYPE_LONG) {
     return static_cast<std::int32_t>(ScanLong(text));
   } else if constexpr (kType == KVX_TYPE_BOOL) {
-    return text != L"0";
+    return std::strcmp(text, "0") != 0;
   } else if constexpr (kType == KVX_TYPE_DOUBLE) {
-    return ReadDouble(text);
+    return ReadDouble(std::string_view(text));
   } else if constexpr (kType == KVX_TYPE_STRING) {
-    return text;
+    return kvx::platform::Widen(text);
   } else {
     // Opaque, unsigned and list values are not read back: a zero (or null) value stands in. Unsigned
     // values are written but come back as 0; kept so, saved rule sets were made that way.
@@ -90,9 +98,9 @@ std::unique_ptr<KvxXMLNode> AppendChild(KvxXMLNode& parent, const wchar_t* name,
   return parent.AppendElement(name, text);
 }
 
-bool StatusFromAttribute(const KvxXMLNode& element) {
-  std::wstring text;
-  return !element.GetAttributeValue(L"Status", text) || text != L"0";
+bool StatusFromAttribute(pugi::xml_node element) {
+  const pugi::xml_attribute status = element.attribute("Status");
+  return !status || std::strcmp(status.value(), "0") != 0;
 }
 
 const wchar_t* LevelName(std::int32_t level) {
@@ -103,8 +111,8 @@ const wchar_t* LevelName(std::int32_t level) {
   }
 }
 
-void WriteDeviation(KvxXMLNode& criteria, const wchar_t* kind, const CriticalityMap& map) {
-  auto deviation = AppendChild(criteria, kind, L"");
+void WriteDeviation(KvxXMLNode& criteria, const char* kind, const CriticalityMap& map) {
+  auto deviation = AppendChild(criteria, kvx::platform::Widen(kind).c_str(), L"");
   for (const auto& [level, pair] : map) {
     auto levelNode = AppendChild(*deviation, LevelName(level), L"");
     AppendChild(*levelNode, L"Value", FixedText(pair.dValue1));
@@ -114,36 +122,31 @@ void WriteDeviation(KvxXMLNode& criteria, const wchar_t* kind, const Criticality
 
 // Reads one level of a deviation element. Three or more values leave both texts empty, so the pair
 // comes back as (0, 0); kept as it is.
-void ReadCriticalityNode(const KvxXMLNode& deviation, const wchar_t* name, std::int32_t level, CriticalityMap& map) {
-  const auto levelNode = deviation.SelectSingleNode(name);
+void ReadCriticalityNode(pugi::xml_node deviation, const char* name, std::int32_t level, CriticalityMap& map) {
+  const pugi::xml_node levelNode = deviation.child(name);
   if (!levelNode) return;
-  const auto values = levelNode->GetNodeList(L"Value");
-  const int count = values->GetSize();
-  if (count == 0) return;
-  std::wstring csValue1, csValue2;
-  if (count == 1) {
-    csValue1 = values->GetItem(0)->GetNodeValue();
-  } else if (count == 2) {
-    csValue1 = values->GetItem(0)->GetNodeValue();
-    csValue2 = values->GetItem(1)->GetNodeValue();
-  }
-  map[level] = CriticalityPair{ReadDouble(csValue1), ReadDouble(csValue2)};
+  std::vector<const char*> texts;
+  for (pugi::xml_node value : levelNode.children("Value")) texts.push_back(value.text().get());
+  if (texts.empty()) return;
+  const char* value1 = texts.size() <= 2 ? texts[0] : "";
+  const char* value2 = texts.size() == 2 ? texts[1] : "";
+  map[level] = CriticalityPair{ReadDouble(std::string_view(value1)), ReadDouble(std::string_view(value2))};
 }
 
-std::unique_ptr<KvxXMLNode> FindParameterElement(const KvxXMLNode& ruleNode, long id) {
-  const auto list = ruleNode.GetNodeList(L"Parameter");
-  for (int i = 0; i < list->GetSize(); ++i) {
-    auto element = list->GetItem(i);
-    std::wstring typeText;
-    if (!element->GetAttributeValue(L"Type", typeText)) continue;
-    if (ScanLong(typeText) == id) return element;
+pugi::xml_node FindParameterElement(pugi::xml_node ruleNode, long id) {
+  for (pugi::xml_node element : ruleNode.children("Parameter")) {
+    const pugi::xml_attribute type = element.attribute("Type");
+    if (type && ScanLong(type.value()) == id) return element;
   }
-  return nullptr;
+  return {};
 }
 
-int ChildInt(const KvxXMLNode& element, const wchar_t* name) {
-  const auto child = element.SelectSingleNode(name);
-  return child ? child->GetNodeValueInInt() : 0;
+// An element's text read as a base-10 integer; 0 when it is not one.
+int IntOf(pugi::xml_node element) { return static_cast<int>(std::strtol(element.text().get(), nullptr, 10)); }
+
+int ChildInt(pugi::xml_node element, const char* name) {
+  const pugi::xml_node child = element.child(name);
+  return child ? IntOf(child) : 0;
 }
 }  // namespace
 
@@ -218,15 +221,15 @@ std::unique_ptr<KvxXMLNode> CTypedParamStorage<kType>::GetParameterXML() {
   CleanUpBeforeWriting();
   auto element = document->CreateNode(L"Parameter");
   element->AddAttribute(L"Name", csName);
-  element->AddAttribute(L"Type", std::to_wstring(lId));
+  element->AddAttribute(L"Type", IntText(lId));
   element->AddAttribute(L"Status", bStatus ? L"1" : L"0");
-  AppendChild(*element, L"Operator", std::to_wstring(iOperator));
-  for (long option : operatorOptions) AppendChild(*element, L"OperatorOption", std::to_wstring(option));
-  AppendChild(*element, L"ParameterType", std::to_wstring(static_cast<int>(iParameterType)));
+  AppendChild(*element, L"Operator", IntText(iOperator));
+  for (long option : operatorOptions) AppendChild(*element, L"OperatorOption", IntText(option));
+  AppendChild(*element, L"ParameterType", IntText(static_cast<int>(iParameterType)));
   WriteValues(*element);
   auto criteria = AppendChild(*element, L"ResultCriteria", L"");
   criteria->AddAttribute(L"Status", bResultCriteriaStatus ? L"1" : L"0");
-  criteria->AddAttribute(L"CriteriaType", std::to_wstring(csCriteriaType));
+  criteria->AddAttribute(L"CriteriaType", IntText(csCriteriaType));
   WriteDeviation(*criteria, kDeviationKinds[0], csPercentDeviation);
   WriteDeviation(*criteria, kDeviationKinds[1], csAbsoluteDeviation);
   WriteDeviation(*criteria, kDeviationKinds[2], csAbsoluteValue);
@@ -235,19 +238,18 @@ std::unique_ptr<KvxXMLNode> CTypedParamStorage<kType>::GetParameterXML() {
 }
 
 template <Type_e kType>
-void CTypedParamStorage<kType>::ReadValues(const KvxXMLNode& element) {
-  const auto values = element.GetNodeList(L"Value");
-  for (int i = 0; i < values->GetSize(); ++i) {
-    const auto valueNode = values->GetItem(i);
+void CTypedParamStorage<kType>::ReadValues(pugi::xml_node element) {
+  for (pugi::xml_node valueNode : element.children("Value")) {
     if (iParameterType != KVX_PARAM_MULTI_ATTRIBUTE) {
-      m_values.push_back(FromText<kType>(valueNode->GetNodeValue()));
+      m_values.push_back(FromText<kType>(valueNode.text().get()));
       continue;
     }
     // At most five attributes are read back although any number are written; kept as it is.
     std::vector<std::wstring> list;
-    for (int k = 1; k <= 5; ++k) {
-      std::wstring text;
-      if (valueNode->GetAttributeValue(fmt::sprintf(L"Attribute%d", k), text)) list.push_back(text);
+    for (const char* name : {"Attribute1", "Attribute2", "Attribute3", "Attribute4", "Attribute5"}) {
+      if (const pugi::xml_attribute attribute = valueNode.attribute(name)) {
+        list.push_back(kvx::platform::Widen(attribute.value()));
+      }
     }
     m_values.push_back(FromList<Value>(std::move(list)));
   }
@@ -256,31 +258,30 @@ void CTypedParamStorage<kType>::ReadValues(const KvxXMLNode& element) {
 template <Type_e kType>
 void CTypedParamStorage<kType>::PopulateParameterFromXML(KvxXMLNode* ruleNode) {
   if (!ruleNode) return;
-  const auto element = FindParameterElement(*ruleNode, lId);
+  const pugi::xml_node element = FindParameterElement(ruleNode->Raw(), lId);
   if (!element) return;
-  iOperator = ChildInt(*element, L"Operator");
-  const auto options = element->GetNodeList(L"OperatorOption");
-  if (options->GetSize() > 0) {
+  iOperator = ChildInt(element, "Operator");
+  if (element.child("OperatorOption")) {
     operatorOptions.clear();
-    for (int i = 0; i < options->GetSize(); ++i) operatorOptions.push_back(options->GetItem(i)->GetNodeValueInInt());
+    for (pugi::xml_node option : element.children("OperatorOption")) operatorOptions.push_back(IntOf(option));
   }
-  iParameterType = ChildInt(*element, L"ParameterType");
-  bStatus = StatusFromAttribute(*element);
-  ReadValues(*element);
+  iParameterType = ChildInt(element, "ParameterType");
+  bStatus = StatusFromAttribute(element);
+  ReadValues(element);
 
-  const auto criteria = element->SelectSingleNode(L"ResultCriteria");
+  const pugi::xml_node criteria = element.child("ResultCriteria");
   if (!criteria) return;
-  bResultCriteriaStatus = StatusFromAttribute(*criteria);
-  std::wstring criteriaText;
-  csCriteriaType = criteria->GetAttributeValue(L"CriteriaType", criteriaText) ? ScanLong(criteriaText) : 0;
+  bResultCriteriaStatus = StatusFromAttribute(criteria);
+  const pugi::xml_attribute criteriaType = criteria.attribute("CriteriaType");
+  csCriteriaType = criteriaType ? ScanLong(criteriaType.value()) : 0;
   CriticalityMap* maps[] = {&csPercentDeviation, &csAbsoluteDeviation, &csAbsoluteValue};
   for (int k = 0; k < 3; ++k) {
     maps[k]->clear();
-    const auto deviation = criteria->SelectSingleNode(kDeviationKinds[k]);
+    const pugi::xml_node deviation = criteria.child(kDeviationKinds[k]);
     if (!deviation) continue;
     // "Unknown" levels are never read back, so a level-0 entry is lost on reload; kept as it is.
-    ReadCriticalityNode(*deviation, L"Warning", 1, *maps[k]);
-    ReadCriticalityNode(*deviation, L"Info", 2, *maps[k]);
+    ReadCriticalityNode(deviation, "Warning", 1, *maps[k]);
+    ReadCriticalityNode(deviation, "Info", 2, *maps[k]);
   }
 }
 

@@ -11,6 +11,9 @@
 #include "kvx/framework/KvxTypes.h"
 
 class KvxXMLNode;
+namespace pugi {
+class xml_node;
+}
 
 namespace kvx::params {
 
@@ -48,7 +51,7 @@ class CTypedParamStorage final : public CKvxParamStorage {
  private:
   void CleanUpBeforeWriting();
   void WriteValues(KvxXMLNode& element) const;
-  void ReadValues(const KvxXMLNode& element);
+  void ReadValues(pugi::xml_node element);
   std::vector<Value> m_values;
 };
 
