@@ -19,30 +19,34 @@ namespace {
 constexpr size_t kInitialCapacity = 10;
 const char* const kDeviationKinds[] = {"PercentDeviation", "AbsoluteDeviation", "AbsoluteValue"};
 
+// Numbers are written as the document's own (ASCII) texts, straight into pugixml's nodes: through wide
+// texts, a handle per element and the wrapper's checks they took most of writing a rule set. Digits, signs,
+// points and the letters of "inf" and "nan" are characters every XML document holds. Texts that come from
+// users (names, remarks, text values) still go through the wrapper, which replaces what XML cannot hold.
+
 // The "%f" text (fixed, six decimals) without the printf formatter, which took a tenth of a rule set's
 // round trip; the formatter stays for what no buffer here can hold.
-std::wstring FixedText(double v) {
+std::string FixedText(double v) {
   char buffer[400];
   const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::fixed, 6);
-  if (error != std::errc()) return fmt::sprintf(L"%f", v);
-  return std::wstring(buffer, end);
+  if (error != std::errc()) return fmt::sprintf("%f", v);
+  return std::string(buffer, end);
 }
 
-// The decimal text of an integer, without the wide printf behind std::to_wstring.
-std::wstring IntText(long long v) {
+// The decimal text of an integer, without the printf behind std::to_string.
+std::string IntText(long long v) {
   char buffer[24];
   const auto end = std::to_chars(buffer, buffer + sizeof buffer, v).ptr;
-  return std::wstring(buffer, end);
+  return std::string(buffer, end);
 }
 
-// --- one value to text and back, per value type ---
-std::wstring ToText(std::int32_t v, Type_e) { return IntText(v); }
-std::wstring ToText(bool v, Type_e) { return v ? L"1" : L"0"; }
-std::wstring ToText(double v, Type_e) { return FixedText(v); }
-std::wstring ToText(const std::wstring& v, Type_e) { return v; }
-std::wstring ToText(std::intptr_t, Type_e) { return {}; }  // no text form
-std::wstring ToText(std::uint32_t v, Type_e) { return IntText(v); }
-std::wstring ToText(const std::optional<std::vector<std::wstring>>&, Type_e) { return {}; }
+// --- one value's number text, per value type (empty: no text form) ---
+std::string ToText(std::int32_t v) { return IntText(v); }
+std::string ToText(bool v) { return v ? "1" : "0"; }
+std::string ToText(double v) { return FixedText(v); }
+std::string ToText(std::intptr_t) { return {}; }
+std::string ToText(std::uint32_t v) { return IntText(v); }
+std::string ToText(const std::optional<std::vector<std::wstring>>&) { return {}; }
 
 // Reading walks pugixml's nodes and the UTF-8 texts as the document holds them: a handle, a node list and a
 // wide copy of every text looked at made reading the parameters the largest part of loading a rule set.
@@ -98,25 +102,36 @@ std::unique_ptr<KvxXMLNode> AppendChild(KvxXMLNode& parent, const wchar_t* name,
   return parent.AppendElement(name, text);
 }
 
+// A child element holding a number text (or nothing, for an empty text) under `parent`.
+pugi::xml_node AppendNumber(pugi::xml_node parent, const char* name, std::string_view text) {
+  pugi::xml_node child = parent.append_child(name);
+  if (!text.empty()) child.text().set(text.data(), text.size());
+  return child;
+}
+
+void AppendNumberAttribute(pugi::xml_node element, const char* name, std::string_view text) {
+  element.append_attribute(name).set_value(text.data(), text.size());
+}
+
 bool StatusFromAttribute(pugi::xml_node element) {
   const pugi::xml_attribute status = element.attribute("Status");
   return !status || std::strcmp(status.value(), "0") != 0;
 }
 
-const wchar_t* LevelName(std::int32_t level) {
+const char* LevelName(std::int32_t level) {
   switch (level) {
-    case 1: return L"Warning";
-    case 2: return L"Info";
-    default: return L"Unknown";
+    case 1: return "Warning";
+    case 2: return "Info";
+    default: return "Unknown";
   }
 }
 
-void WriteDeviation(KvxXMLNode& criteria, const char* kind, const CriticalityMap& map) {
-  auto deviation = AppendChild(criteria, kvx::platform::Widen(kind).c_str(), L"");
+void WriteDeviation(pugi::xml_node criteria, const char* kind, const CriticalityMap& map) {
+  pugi::xml_node deviation = criteria.append_child(kind);
   for (const auto& [level, pair] : map) {
-    auto levelNode = AppendChild(*deviation, LevelName(level), L"");
-    AppendChild(*levelNode, L"Value", FixedText(pair.dValue1));
-    if (pair.dValue2 > 0.0) AppendChild(*levelNode, L"Value", FixedText(pair.dValue2));
+    pugi::xml_node levelNode = deviation.append_child(LevelName(level));
+    AppendNumber(levelNode, "Value", FixedText(pair.dValue1));
+    if (pair.dValue2 > 0.0) AppendNumber(levelNode, "Value", FixedText(pair.dValue2));
   }
 }
 
@@ -203,7 +218,13 @@ void CTypedParamStorage<kType>::CleanUpBeforeWriting() {
 template <Type_e kType>
 void CTypedParamStorage<kType>::WriteValues(KvxXMLNode& element) const {
   if (iParameterType != KVX_PARAM_MULTI_ATTRIBUTE) {
-    for (const auto& value : m_values) AppendChild(element, L"Value", ToText(value, kType));
+    for (const auto& value : m_values) {
+      if constexpr (kType == KVX_TYPE_STRING) {
+        AppendChild(element, L"Value", value);
+      } else {
+        AppendNumber(element.Raw(), "Value", ToText(value));
+      }
+    }
     return;
   }
   for (const auto& value : m_values) {
@@ -221,18 +242,19 @@ std::unique_ptr<KvxXMLNode> CTypedParamStorage<kType>::GetParameterXML() {
   CleanUpBeforeWriting();
   auto element = document->CreateNode(L"Parameter");
   element->AddAttribute(L"Name", csName);
-  element->AddAttribute(L"Type", IntText(lId));
-  element->AddAttribute(L"Status", bStatus ? L"1" : L"0");
-  AppendChild(*element, L"Operator", IntText(iOperator));
-  for (long option : operatorOptions) AppendChild(*element, L"OperatorOption", IntText(option));
-  AppendChild(*element, L"ParameterType", IntText(static_cast<int>(iParameterType)));
+  pugi::xml_node raw = element->Raw();
+  AppendNumberAttribute(raw, "Type", IntText(lId));
+  AppendNumberAttribute(raw, "Status", ToText(bStatus));
+  AppendNumber(raw, "Operator", IntText(iOperator));
+  for (long option : operatorOptions) AppendNumber(raw, "OperatorOption", IntText(option));
+  AppendNumber(raw, "ParameterType", IntText(static_cast<int>(iParameterType)));
   WriteValues(*element);
-  auto criteria = AppendChild(*element, L"ResultCriteria", L"");
-  criteria->AddAttribute(L"Status", bResultCriteriaStatus ? L"1" : L"0");
-  criteria->AddAttribute(L"CriteriaType", IntText(csCriteriaType));
-  WriteDeviation(*criteria, kDeviationKinds[0], csPercentDeviation);
-  WriteDeviation(*criteria, kDeviationKinds[1], csAbsoluteDeviation);
-  WriteDeviation(*criteria, kDeviationKinds[2], csAbsoluteValue);
+  pugi::xml_node criteria = raw.append_child("ResultCriteria");
+  AppendNumberAttribute(criteria, "Status", ToText(bResultCriteriaStatus));
+  AppendNumberAttribute(criteria, "CriteriaType", IntText(csCriteriaType));
+  WriteDeviation(criteria, kDeviationKinds[0], csPercentDeviation);
+  WriteDeviation(criteria, kDeviationKinds[1], csAbsoluteDeviation);
+  WriteDeviation(criteria, kDeviationKinds[2], csAbsoluteValue);
   AppendChild(*element, L"Remarks", csRemarks);
   return element;
 }
