@@ -1,6 +1,7 @@
 #include "RuleView.h"
 
 #include <charconv>
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <vector>
@@ -43,7 +44,14 @@ class PrettyJson {
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
     Scalar(std::string_view(digits, static_cast<size_t>(end - digits)));
   }
-  void Double(double value) { Scalar(nlohmann::json(value).dump()); }
+  // The digits nlohmann's serializer writes for a number (its own shortest round-trip conversion), without
+  // building a value and a serializer for each: that took most of writing a rule.
+  void Double(double value) {
+    if (!std::isfinite(value)) return Null();
+    char digits[64];
+    const char* end = nlohmann::detail::to_chars(digits, digits + sizeof digits, value);
+    Scalar(std::string_view(digits, static_cast<size_t>(end - digits)));
+  }
   void Text(const std::string& utf8) {
     if (!NeedsSerializer(utf8)) {
       NextElement();
