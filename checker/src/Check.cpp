@@ -143,7 +143,7 @@ class Context {
     report_.findings.push_back(std::move(finding));
   }
   void NotCheckedLimit(const RuleInput& rule, long parameter, const std::string& reason) {
-    report_.notChecked.push_back({rule.id, rule.name, reason, parameter});
+    report_.notChecked.push_back({rule.id, rule.name, rule.displayName, reason, parameter});
   }
 
  private:
@@ -453,7 +453,7 @@ void AddTolerances(const RuleInput& rule, const Part& part, const std::string& w
   for (auto it = rule.materials.begin(); it != rule.materials.end(); ++it)
     if (kvx::platform::EqualsNoCase(kvx::platform::Widen(it->first), kvx::platform::Widen(material))) found = it;
   if (found == rule.materials.end()) {
-    report.notChecked.push_back({rule.id, rule.name, material.empty() ? "no material chosen (--material)" : "the rule has no table for material " + material, 0});
+    report.notChecked.push_back({rule.id, rule.name, rule.displayName, material.empty() ? "no material chosen (--material)" : "the rule has no table for material " + material, 0});
     return;
   }
   report.toleranceMaterial = found->first;
@@ -563,11 +563,11 @@ CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, co
   Context context(part, report.facts, report.nominalThickness, report);
   for (const RuleInput& rule : rules) {
     if (rule.status > 0) {
-      report.skipped.push_back({rule.id, rule.name, "the rule's status is off", 0});
+      report.skipped.push_back({rule.id, rule.name, rule.displayName, "the rule's status is off", 0});
       continue;
     }
     if (AllLimitsOff(rule)) {
-      report.skipped.push_back({rule.id, rule.name, "every limit of the rule is switched off", 0});
+      report.skipped.push_back({rule.id, rule.name, rule.displayName, "every limit of the rule is switched off", 0});
       continue;
     }
     if (rule.id == kTolerance) {
@@ -576,17 +576,17 @@ CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, co
     }
     const auto entry = std::find_if(Evaluators().begin(), Evaluators().end(), [&](const auto& e) { return e.ruleId == rule.id; });
     if (entry == Evaluators().end()) {
-      report.notChecked.push_back({rule.id, rule.name, "no evaluator for this rule", 0});
+      report.notChecked.push_back({rule.id, rule.name, rule.displayName, "no evaluator for this rule", 0});
       continue;
     }
     if (!entry->evaluate) {
-      report.notChecked.push_back({rule.id, rule.name, entry->reason, 0});
+      report.notChecked.push_back({rule.id, rule.name, rule.displayName, entry->reason, 0});
       continue;
     }
     const std::size_t before = report.findings.size();
     const Verdict verdict = entry->evaluate(rule, context);
     if (!verdict.empty())
-      report.notChecked.push_back({rule.id, rule.name, verdict, 0});
+      report.notChecked.push_back({rule.id, rule.name, rule.displayName, verdict, 0});
     else if (report.findings.size() == before)
       report.passed.push_back(rule.id);
   }

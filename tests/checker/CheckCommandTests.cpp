@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 #include "../support/KvximProcess.h"
 
@@ -59,14 +61,30 @@ TEST_F(CheckCommand, ExitCodesFollowTheWorstFindingAndTheInput) {
   }
 }
 
-TEST_F(CheckCommand, TextGivesOneLinePerFindingAndASummary) {
-  const auto result = Check(Part("plate") + " --pull 0,0,1");
-  EXPECT_NE(result.out.find("12160 Spacing Between Holes: measured 2 mm, limit >= 4 mm; hole spacing on faces"),
-            std::string::npos)
-      << result.out;
-  EXPECT_NE(result.out.find("not checked 12070"), std::string::npos);
-  EXPECT_NE(result.out.find(" finding(s), "), std::string::npos);
-  EXPECT_EQ(result.out.find("Transfer"), std::string::npos) << "the reader's own messages stay quiet";
+TEST_F(CheckCommand, TextAndReportSpeakTheUsersLanguage) {
+  struct Case {
+    std::string language;
+    std::vector<std::string> text, report;  // pieces of the text output and of the HTML report
+  };
+  const Case cases[] = {
+      {"english",
+       {"12160 Hole Spacing: Measured 2 mm, Limit >= 4 mm; hole spacing, Faces ", "\nNot checked: 12070 ",
+        "\nFindings: "},
+       {"<h1>Part check: ", "<h2>Findings</h2>", "<th>Severity</th>"}},
+      {"german", {"Mittel    12160 Lochabstand: Gemessen 2 mm, Grenzwert >= 4 mm", "\nNicht geprüft: 12070 "},
+       {"<h1>Teileprüfung: ", "<h2>Befunde</h2>", "<th>Schweregrad</th>", "<h2>Regeln</h2>", "<th>Ergebnis</th>"}},
+      {"japanese", {"\n高い      12030 均一肉厚: 測定値 100 %, 制限値 <= 10 %", "\n指摘事項: "},
+       {"<h1>部品チェック: ", "<h2>指摘事項</h2>", "<th>重大度</th>", "<th>フィーチャ</th>", ">合格</td>"}},
+  };
+  for (const Case& c : cases) {
+    const std::string page = (folder_ / (c.language + ".html")).string();
+    const auto result = kvx::test::RunKvxim(folder_, "--lang " + c.language + " check " + Part("plate") +
+                                                         " --pull 0,0,1 --report " + page);
+    const std::string html = kvx::test::ReadTextFile(page);
+    for (const std::string& piece : c.text) EXPECT_NE(result.out.find(piece), std::string::npos) << result.out;
+    for (const std::string& piece : c.report) EXPECT_NE(html.find(piece), std::string::npos) << piece;
+    EXPECT_EQ(result.out.find("Transfer"), std::string::npos) << "the reader's own messages stay quiet";
+  }
 }
 
 TEST_F(CheckCommand, JsonDescribesPartPullFindingsAndVerdicts) {
