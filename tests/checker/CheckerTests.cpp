@@ -65,7 +65,7 @@ TEST(CheckerReader, GoodPartsKeepTheirSizeSolidsAndWarnings) {
   EXPECT_GT(Read("sheet").openEdges, 0);
 }
 
-TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
+TEST(CheckerReader, BadFilesAndBudgetsGiveAClearErrorNeverACrash) {
   const std::pair<std::string, const char*> cases[] = {
       {PartPath("empty"), "empty"},
       {PartPath("garbage"), ""},
@@ -73,9 +73,10 @@ TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
       {PartPath("missing"), "cannot open"},
       {std::string(KVX_CHECKER_PARTS) + "/../CTestTestfile.cmake", "not a STEP file"},
       {std::string(KVX_FUZZ_FINDINGS) + "/step-line-without-vector.step", "the part cannot be read: #"},
+      {PartPath("boss"), "out of time"},  // a budget that runs out stops the read
   };
   for (const auto& [path, word] : cases) {
-    const ReadResult result = ReadStepFile(path, Budget(60s));
+    const ReadResult result = ReadStepFile(path, Budget(word == std::string("out of time") ? 0ms : 60s));
     EXPECT_FALSE(result.ok) << path;
     EXPECT_FALSE(result.error.empty()) << path;
     EXPECT_NE(result.error.find(word), std::string::npos) << path << ": " << result.error;
@@ -87,12 +88,6 @@ TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
     const PartCheck check = CheckStepBytes(std::string_view(text).substr(0, length), {}, {}, 30s);
     EXPECT_TRUE(check.read.ok || !check.read.error.empty()) << length;
   }
-}
-
-TEST(CheckerReader, ABudgetThatRunsOutStopsTheReadWithAReason) {
-  const ReadResult result = ReadStepFile(PartPath("boss"), Budget(0ms));
-  EXPECT_FALSE(result.ok);
-  EXPECT_NE(result.error.find("out of time"), std::string::npos) << result.error;
 }
 
 TEST(CheckerFacts, DraftPerFaceAgainstThePull) {
@@ -131,8 +126,7 @@ TEST(CheckerFacts, HolesWithDiameterDepthKindAndLigament) {
     EXPECT_EQ(holes[i].through, expected[i].through) << i;
     EXPECT_NEAR(std::fabs(holes[i].axis.z), 1.0, 1e-6);
   }
-  ExpectNear(2.0, holes[2].ligament, kSizeShare * 2, "ligament of the close pair");
-  ExpectNear(2.0, holes[3].ligament, kSizeShare * 2, "ligament of the close pair");
+  for (int i : {2, 3}) ExpectNear(2.0, holes[i].ligament, kSizeShare * 2, "ligament of the close pair");
   EXPECT_GT(holes[1].ligament, 20);
   // The blind hole opens at the top.
   EXPECT_GT(holes[0].axis.z, 0);
@@ -290,6 +284,7 @@ TEST(CheckerEvaluators, CompareFactsWithTheRulesLimits) {
       {"window undercut, once", "window", Rule(12100, {{3050, L(3, 1.0)}, {3051, L(kAtLeast, 0.1)}}), 1, 2.0, "findings"},
       {"undercuts only from 3 mm", "window", Rule(12100, {{3050, L(3, 1.0)}, {3051, L(kAtLeast, 3.0)}}), 0, 0, "passed"},
       {"boss outer draft", "boss", Rule(12176, {{2469, L(kAtLeast, 1.5)}}), 1, 1.0, "findings"},
+      {"elliptic base blend, no radius", "blended_boss", Rule(12010, {{3010, L(kAtLeast, 0.1)}}), 0, 0, "not checked"},
       {"no hole on the block", "drafted", Rule(12150, {{2347, L(kLess, 0.4)}}), 0, 0, "not checked"},
       {"ribs thicker than 0.4 t", "rib", Rule(12070, {{3040, L(kAtMost, 0.4)}}), 2, 0.5, "findings"},
       {"ribs drafted less than 1 degree", "rib", Rule(12070, {{3042, L(kAtLeast, 1.0)}}), 2, 0.5, "findings"},
@@ -366,12 +361,9 @@ TEST(CheckerSamples, DebianStepSamplesAreCheckedPlausibly) {
     EXPECT_NEAR(check.read.part.box.Size().z, c.height, 0.01 * c.height) << c.path;
     EXPECT_TRUE(check.report.facts.skipped.empty()) << c.path;
     const auto& holes = check.report.facts.holes;
-    if (c.throughHoles >= 0) {
-      EXPECT_EQ(std::count_if(holes.begin(), holes.end(), [](const Hole& h) { return h.through; }), c.throughHoles) << c.path;
-    }
-    if (!c.undercuts) {
-      EXPECT_EQ(check.report.facts.undercutArea, 0) << c.path << ": " << check.report.pullNote;
-    }
+    const auto through = std::count_if(holes.begin(), holes.end(), [](const Hole& h) { return h.through; });
+    EXPECT_TRUE(c.throughHoles < 0 || through == c.throughHoles) << c.path << ": " << through << " through holes";
+    EXPECT_TRUE(c.undercuts || check.report.facts.undercutArea == 0) << c.path << ": " << check.report.pullNote;
   }
   if (checked == 0) GTEST_SKIP() << "neither occt-misc nor freecad-common is installed";
 }
