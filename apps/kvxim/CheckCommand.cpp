@@ -8,6 +8,7 @@
 #include <sstream>
 #include <vector>
 
+#include "Commands.h"
 #include "ModuleHost.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/RulePointerArray.h"
@@ -125,14 +126,16 @@ int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::o
     err << "kvxim: " << result.read.error << "\n";
     return kCheckUnreadable;
   }
+  const auto library = LoadHostResources();  // the labels of the text and the report in the user's language
+  const auto texts = kvx::checker::ReportTexts::From(library.get());
   if (options.json)
     out << kvx::checker::ReportToJson(result.read.part, result.report).dump(2) << "\n";
   else
-    kvx::checker::WriteTextReport(result.read.part, result.report, out);
+    kvx::checker::WriteTextReport(result.read.part, result.report, texts, out);
   if (!options.report.empty()) {
     // Written like a rule set: whole or not at all, through a link, with the system's reason on failure.
     const kvx::platform::WriteResult written = kvx::platform::WriteFileAtomically(
-        kvx::platform::Widen(options.report), kvx::checker::HtmlReport(result.read.part, result.report, rules));
+        kvx::platform::Widen(options.report), kvx::checker::HtmlReport(result.read.part, result.report, rules, texts));
     if (!written) {
       err << "kvxim: " << kvx::platform::Narrow(written.description) << "\n";
       return kCheckUnreadable;

@@ -45,8 +45,6 @@ class OwnedRules {
   std::vector<CKvxRule*> rules_;
 };
 
-std::unique_ptr<kvx::platform::ResourceLibrary> LoadHostResources();
-
 void CollectAllRules(ModuleHost& host, OwnedRules& owned) {
   RulePointerArray array;
   host.GetAllRules(&array);
@@ -112,13 +110,16 @@ std::string RuleName(KvxXMLNode& node) {
   return "\"" + Narrow(name) + "\"";
 }
 
-// Loads the host's resource library for the language the module would pick, as the module does.
+}  // namespace
+
 std::unique_ptr<kvx::platform::ResourceLibrary> LoadHostResources() {
   const std::wstring name = kvx::platform::LibraryFileName(L"KVXIMRulesResu");
   auto library = kvx::platform::ResourceLibrary::Load(kvx::platform::JoinPath(CLocationHelper::GetLocalizedResPath(), name));
   if (!library) library = kvx::platform::ResourceLibrary::Load(kvx::platform::JoinPath(CLocationHelper::GetDefaultResPath(), name));
   return library;
 }
+
+namespace {
 
 std::string JoinedNames(const UnitNameTable& table) {
   std::string names;

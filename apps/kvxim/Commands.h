@@ -1,11 +1,13 @@
 #pragma once
 // The commands of kvxim that work on rules. Each returns the process exit code and writes one line per
 // problem to `err`.
+#include <memory>
 #include <ostream>
 #include <string>
 
 #include "CommandTable.h"
 #include "ModuleHost.h"
+#include "kvx/platform/Resources.h"
 
 namespace kvxim {
 
@@ -23,6 +25,10 @@ struct CommandOptions {
 void AddRuleCommands(CLI::App& app, CommandTable& table);
 // Registers materials on `app` and in `table`.
 void AddMaterialsCommand(CLI::App& app, CommandTable& table);
+
+// Loads the host's resource library for the language the module would pick, as the module does; null when
+// neither the user's language nor the default one is installed.
+std::unique_ptr<kvx::platform::ResourceLibrary> LoadHostResources();
 
 int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream& err);
 int RunNew(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream& err);

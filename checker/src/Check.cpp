@@ -6,6 +6,8 @@
 #include <cmath>
 #include <functional>
 
+#include <fmt/format.h>
+
 #include "kvx/framework/KvxUnitConvertor.h"
 #include "kvx/platform/Text.h"
 
@@ -143,7 +145,7 @@ class Context {
     report_.findings.push_back(std::move(finding));
   }
   void NotCheckedLimit(const RuleInput& rule, long parameter, const std::string& reason) {
-    report_.notChecked.push_back({rule.id, rule.name, reason, parameter});
+    report_.notChecked.push_back({rule.id, rule.name, rule.displayName, reason, parameter});
   }
 
  private:
@@ -314,14 +316,36 @@ Verdict CheckBossParameters(const RuleInput& rule, Context& c) {
   return {};
 }
 
+// Calls `compare` for each boss whose radius (`base` or tip) was measured. A blend with no one radius (variable,
+// elliptic) is never read as 0: that boss is listed as not checked for the limit, and the whole rule when no boss
+// was measured.
+template <typename Compare>
+Verdict EachMeasuredBoss(const RuleInput& rule, Context& c, long limit, bool base, Compare compare) {
+  std::vector<std::string> unmeasured;
+  for (const Boss& boss : c.facts.bosses) {
+    if ((base ? boss.baseRadius : boss.tipRadius) != Boss::kUnmeasured) {
+      compare(boss);
+      continue;
+    }
+    unmeasured.push_back(fmt::format("the {} blend of the boss at ({:.4g}, {:.4g}, {:.4g}) mm is no torus (a variable "
+                                     "or elliptic blend): its radius is not measured",
+                                     base ? "base" : "tip", boss.point.x, boss.point.y, boss.point.z));
+  }
+  if (!unmeasured.empty() && unmeasured.size() == c.facts.bosses.size()) return unmeasured.front();
+  for (const std::string& reason : unmeasured) c.NotCheckedLimit(rule, limit, reason);
+  return {};
+}
+
 Verdict CheckBossBaseRadius(const RuleInput& rule, Context& c) {
   if (auto none = NeedBosses(c); !none.empty()) return none;
   if (c.t <= 0) return "no wall could be measured";
   for (long id : {3010L, 3011L}) {
     const Limit* limit = c.Active(rule, id);
     if (!limit) continue;
-    for (const Boss& boss : c.facts.bosses)
+    const Verdict verdict = EachMeasuredBoss(rule, c, id, true, [&](const Boss& boss) {
       c.Compare(rule, *limit, boss.baseRadius / c.t, limit->values, "t", "boss base radius", boss.faces, boss.point);
+    });
+    if (!verdict.empty()) return verdict;
   }
   return {};
 }
@@ -330,15 +354,15 @@ Verdict CheckBossTipRadius(const RuleInput& rule, Context& c) {
   if (auto none = NeedBosses(c); !none.empty()) return none;
   const Limit* tip = c.Active(rule, 3020);
   if (!tip) return "its limit is switched off";
-  for (const Boss& boss : c.facts.bosses)
-    c.Compare(rule, *tip, c.FromMm(rule, boss.tipRadius), tip->values, LengthUnitText(rule.units.iLengthUnit), "boss tip radius",
-              boss.faces, boss.point);
-  return {};
+  return EachMeasuredBoss(rule, c, 3020, false, [&](const Boss& boss) {
+    c.Compare(rule, *tip, c.FromMm(rule, boss.tipRadius), tip->values, LengthUnitText(rule.units.iLengthUnit),
+              "boss tip radius", boss.faces, boss.point);
+  });
 }
 
 Verdict NeedRibs(const Context& c) {
   if (!c.facts.ribs.empty()) return {};
-  return "no rib was recognised on the part (straight ribs with flat sides and a flat top, standing on a flat wall)";
+  return "no rib was recognised on the part (straight ribs with flat sides and a flat or rounded top, standing on a flat wall)";
 }
 Verdict NeedT(const Context& c) { return c.t > 0 ? Verdict{} : "no wall could be measured"; }
 
@@ -453,7 +477,7 @@ void AddTolerances(const RuleInput& rule, const Part& part, const std::string& w
   for (auto it = rule.materials.begin(); it != rule.materials.end(); ++it)
     if (kvx::platform::EqualsNoCase(kvx::platform::Widen(it->first), kvx::platform::Widen(material))) found = it;
   if (found == rule.materials.end()) {
-    report.notChecked.push_back({rule.id, rule.name, material.empty() ? "no material chosen (--material)" : "the rule has no table for material " + material, 0});
+    report.notChecked.push_back({rule.id, rule.name, rule.displayName, material.empty() ? "no material chosen (--material)" : "the rule has no table for material " + material, 0});
     return;
   }
   report.toleranceMaterial = found->first;
@@ -563,11 +587,11 @@ CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, co
   Context context(part, report.facts, report.nominalThickness, report);
   for (const RuleInput& rule : rules) {
     if (rule.status > 0) {
-      report.skipped.push_back({rule.id, rule.name, "the rule's status is off", 0});
+      report.skipped.push_back({rule.id, rule.name, rule.displayName, "the rule's status is off", 0});
       continue;
     }
     if (AllLimitsOff(rule)) {
-      report.skipped.push_back({rule.id, rule.name, "every limit of the rule is switched off", 0});
+      report.skipped.push_back({rule.id, rule.name, rule.displayName, "every limit of the rule is switched off", 0});
       continue;
     }
     if (rule.id == kTolerance) {
@@ -576,17 +600,17 @@ CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, co
     }
     const auto entry = std::find_if(Evaluators().begin(), Evaluators().end(), [&](const auto& e) { return e.ruleId == rule.id; });
     if (entry == Evaluators().end()) {
-      report.notChecked.push_back({rule.id, rule.name, "no evaluator for this rule", 0});
+      report.notChecked.push_back({rule.id, rule.name, rule.displayName, "no evaluator for this rule", 0});
       continue;
     }
     if (!entry->evaluate) {
-      report.notChecked.push_back({rule.id, rule.name, entry->reason, 0});
+      report.notChecked.push_back({rule.id, rule.name, rule.displayName, entry->reason, 0});
       continue;
     }
     const std::size_t before = report.findings.size();
     const Verdict verdict = entry->evaluate(rule, context);
     if (!verdict.empty())
-      report.notChecked.push_back({rule.id, rule.name, verdict, 0});
+      report.notChecked.push_back({rule.id, rule.name, rule.displayName, verdict, 0});
     else if (report.findings.size() == before)
       report.passed.push_back(rule.id);
   }

@@ -219,6 +219,22 @@ void MeasureLigaments(std::vector<Hole>& holes) {
   }
 }
 
+// True when a face next to the boss's outer wall that is neither a plane (a sharp edge) nor one of its own
+// faces runs on beyond `level` (its base going down, -1, or its tip going up, +1): a blend with no one
+// radius, such as a variable or elliptic one, whose radius is then left unmeasured rather than read as 0.
+bool BlendBeyond(const Part& part, const RevolvedGroup& outer, Vec3 axis, double level, int way) {
+  for (int f : outer.faces)
+    for (int next : part.faces[f].neighbours) {
+      const FaceInfo& face = part.faces[next];
+      if (face.kind == SurfaceKind::Plane || std::ranges::find(outer.faces, next) != outer.faces.end()) continue;
+      const AxialRange range = RangeOf(part, face, outer.foot, axis);
+      const double near = way < 0 ? range.high : range.low, far = way < 0 ? range.low : range.high;
+      if (std::fabs(near - level) <= part.deflection + kAxisTolerance && (far - level) * way > part.deflection)
+        return true;
+    }
+  return false;
+}
+
 std::vector<Boss> FindBosses(const Part& part, Vec3 pull, const std::vector<FaceDraft>& drafts) {
   std::vector<Boss> bosses;
   std::unordered_map<int, double> draftOf;
@@ -267,6 +283,8 @@ std::vector<Boss> FindBosses(const Part& part, Vec3 pull, const std::vector<Face
         boss.faces.push_back(static_cast<int>(i));
       }
     }
+    if (boss.baseRadius == 0 && BlendBeyond(part, outer, axis, baseLevel, -1)) boss.baseRadius = Boss::kUnmeasured;
+    if (boss.tipRadius == 0 && BlendBeyond(part, outer, axis, tipLevel, +1)) boss.tipRadius = Boss::kUnmeasured;
     boss.point = outer.foot + axis * tipLevel;
     bosses.push_back(std::move(boss));
   }

@@ -9,12 +9,15 @@
 #include <unordered_map>
 
 #include "kvx/params/ValueUtils.h"
+#include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::checker {
 
 namespace {
 using nlohmann::ordered_json;
+namespace res = kvx::res;
 
 std::string OperatorText(int op) { return kvx::platform::Narrow(kvx::params::OperatorToText(op)); }
 
@@ -40,12 +43,27 @@ std::string Escape(const std::string& text) {
 
 std::string Number(double value) { return fmt::format("{:.4g}", value); }
 
-std::string Where(const Finding& finding) {
-  std::string faces;
-  for (std::size_t i = 0; i < finding.faces.size() && i < 6; ++i) faces += (i ? "," : "") + std::to_string(finding.faces[i]);
-  if (finding.faces.size() > 6) faces += ",...";
-  return fmt::format("{} on {} {} at ({}, {}, {})", finding.what, finding.faces.size() == 1 ? "face" : "faces", faces, Number(finding.point.x), Number(finding.point.y),
+std::string FaceList(const std::vector<int>& faces, std::size_t shown) {
+  std::string list;
+  for (std::size_t i = 0; i < faces.size() && i < shown; ++i) list += (i ? "," : "") + std::to_string(faces[i]);
+  return faces.size() > shown ? list + ",..." : list;
+}
+
+std::string Where(const Finding& finding, const ReportTexts& texts) {
+  return fmt::format("{}, {} {}, {} ({}, {}, {})", finding.what, texts(res::kCheckFaces), FaceList(finding.faces, 6),
+                     texts(res::kCheckPoint), Number(finding.point.x), Number(finding.point.y),
                      Number(finding.point.z));
+}
+
+std::string PullText(const CheckReport& report) {
+  return fmt::format("({}, {}, {})", Number(report.pull.x), Number(report.pull.y), Number(report.pull.z));
+}
+
+// "Solids: 1, Faces: 15, Nominal wall thickness: 2 mm, Pull direction: (0, 0, 1)", as text and report share it.
+std::string PartLine(const Part& part, const CheckReport& report, const ReportTexts& texts) {
+  return fmt::format("{}: {}, {}: {}, {}: {} mm, {}: {}", texts(res::kCheckSolids), part.solids,
+                     texts(res::kCheckFaces), part.faces.size(), texts(res::kCheckNominalWall),
+                     Number(report.facts.thickness.nominal), texts(res::kCheckPull), PullText(report));
 }
 }  // namespace
 
@@ -91,34 +109,66 @@ ordered_json ReportToJson(const Part& part, const CheckReport& report) {
   json["skipped"] = list(report.skipped);
   ordered_json tolerances = ordered_json::array();
   for (const ToleranceBand& band : report.tolerances)
-    tolerances.push_back({{"dimension", band.dimension}, {"size", band.size}, {"over", band.over}, {"upto", band.upto}, {"a", band.a}, {"b", band.b}});
+    tolerances.push_back({{"dimension", band.dimension},
+                          {"size", band.size},
+                          {"over", band.over},
+                          {"upto", band.upto},
+                          {"a", band.a},
+                          {"b", band.b}});
   json["tolerances"] = {{"material", report.toleranceMaterial}, {"bands", tolerances}};
   json["analysesCutShort"] = report.facts.skipped;
   return json;
 }
 
-void WriteTextReport(const Part& part, const CheckReport& report, std::ostream& out) {
-  out << fmt::format("{}: {} solid(s), {} faces, nominal wall {} mm, pull ({}, {}, {}) {}\n", part.file, part.solids,
-                     part.faces.size(), Number(report.facts.thickness.nominal), Number(report.pull.x), Number(report.pull.y),
-                     Number(report.pull.z), report.pullNote);
-  for (const std::string& warning : part.warnings) out << "warning: " << warning << "\n";
-  for (const std::string& skipped : report.facts.skipped) out << "cut short: " << skipped << "\n";
+ReportTexts ReportTexts::From(const kvx::platform::ResourceLibrary* library) {
+  return ReportTexts([library](int id) -> std::optional<std::string> {
+    const auto text = library ? library->String(id) : std::nullopt;
+    if (!text) return std::nullopt;
+    return kvx::platform::Narrow(*text);
+  });
+}
+
+std::string ReportTexts::operator()(int id) const {
+  auto text = lookup_ ? lookup_(id) : std::nullopt;
+  return text ? *text : "[" + std::to_string(id) + "]";
+}
+
+std::string ReportTexts::Severity(int severity) const {
+  constexpr int kNames[] = {res::kSeverityVeryLow, res::kSeverityLow, res::kSeverityMedium, res::kSeverityHigh,
+                            res::kSeverityVeryHigh};
+  if (severity < 0 || severity >= static_cast<int>(std::size(kNames))) return SeverityName(severity);
+  return (*this)(kNames[severity]);
+}
+
+void WriteTextReport(const Part& part, const CheckReport& report, const ReportTexts& texts, std::ostream& out) {
+  out << fmt::format("{}: {} {}\n", part.file, PartLine(part, report, texts), report.pullNote);
+  for (const std::string& warning : part.warnings) out << texts(res::kCheckWarning) << ": " << warning << "\n";
+  for (const std::string& skipped : report.facts.skipped) out << texts(res::kCheckCutShort) << ": " << skipped << "\n";
   std::map<int, int> bySeverity;
   for (const Finding& f : report.findings) {
     ++bySeverity[f.severity];
-    out << fmt::format("{:<9} {} {}: measured {} {}, limit {} {} {}; {}\n", SeverityName(f.severity), f.ruleId, f.name, Number(f.measured),
-                       f.unit, OperatorText(f.op), Number(f.limit), f.unit, Where(f));
+    out << fmt::format("{:<9} {} {}: {} {} {}, {} {} {} {}; {}\n", texts.Severity(f.severity), f.ruleId, f.displayName,
+                       texts(res::kCheckMeasured), Number(f.measured), f.unit, texts(res::kCheckLimit),
+                       OperatorText(f.op), Number(f.limit), f.unit, Where(f, texts));
   }
-  for (const NotChecked& n : report.notChecked)
-    out << fmt::format("not checked {} {}{}: {}\n", n.ruleId, n.name, n.parameter ? fmt::format(" (limit {})", n.parameter) : "", n.reason);
-  for (const NotChecked& n : report.skipped) out << fmt::format("skipped {} {}: {}\n", n.ruleId, n.name, n.reason);
+  for (const NotChecked& n : report.notChecked) {
+    const std::string limit = n.parameter ? fmt::format(" ({} {})", texts(res::kCheckLimit), n.parameter) : "";
+    out << fmt::format("{}: {} {}{}: {}\n", texts(res::kCheckNotChecked), n.ruleId, n.displayName, limit, n.reason);
+  }
+  for (const NotChecked& n : report.skipped)
+    out << fmt::format("{}: {} {}: {}\n", texts(res::kCheckSkipped), n.ruleId, n.displayName, n.reason);
   for (const ToleranceBand& b : report.tolerances)
-    out << fmt::format("tolerance {} {} {}: band over {} up to {}, A {} B {}\n", report.toleranceMaterial, b.dimension, Number(b.size),
-                       Number(b.over), Number(b.upto), Number(b.a), Number(b.b));
-  out << fmt::format("{} finding(s)", report.findings.size());
-  for (auto it = bySeverity.rbegin(); it != bySeverity.rend(); ++it) out << fmt::format(", {} {}", it->second, SeverityName(it->first));
-  out << fmt::format("; {} rule(s) passed, {} not checked, {} skipped\n", report.passed.size(), report.notChecked.size(),
-                     report.skipped.size());
+    out << fmt::format("{} {} {} {}: {} {}, {} {}, A {}, B {}\n", texts(res::kCheckTolerance), report.toleranceMaterial,
+                       b.dimension, Number(b.size), texts(res::kToleranceOverParam), Number(b.over),
+                       texts(res::kToleranceUptoParam), Number(b.upto), Number(b.a), Number(b.b));
+  // Findings: 3 (High: 2, Low: 1); Passed: 5; Not checked: 2; Skipped: 1
+  std::string severities;
+  for (auto it = bySeverity.rbegin(); it != bySeverity.rend(); ++it)
+    severities += fmt::format("{}{}: {}", severities.empty() ? " (" : ", ", texts.Severity(it->first), it->second);
+  if (!severities.empty()) severities += ")";
+  out << fmt::format("{}: {}{}; {}: {}; {}: {}; {}: {}\n", texts(res::kCheckFindings), report.findings.size(),
+                     severities, texts(res::kCheckPassed), report.passed.size(), texts(res::kCheckNotChecked),
+                     report.notChecked.size(), texts(res::kCheckSkipped), report.skipped.size());
 }
 
 std::string SvgView(const Part& part, const CheckReport& report, Vec3 view, int size) {
@@ -140,7 +190,8 @@ std::string SvgView(const Part& part, const CheckReport& report, Vec3 view, int 
   for (std::size_t t = 0; t < part.mesh.triangles.size(); ++t)
     if (Dot(part.mesh.AreaNormal(t), view) > 0) order.push_back({Dot(part.mesh.Centroid(t), view), t});
   std::sort(order.begin(), order.end());
-  std::string svg = fmt::format(R"(<svg xmlns="http://www.w3.org/2000/svg" width="{0}" height="{0}" viewBox="0 0 {0} {0}">)", size);
+  std::string svg =
+      fmt::format(R"(<svg xmlns="http://www.w3.org/2000/svg" width="{0}" height="{0}" viewBox="0 0 {0} {0}">)", size);
   svg += fmt::format(R"(<rect width="{0}" height="{0}" fill="#fafafa"/>)", size);
   const Vec3 light = Normalized(view + up * 0.5 + right * 0.3);
   for (const auto& [depth, t] : order) {
@@ -151,58 +202,84 @@ std::string SvgView(const Part& part, const CheckReport& report, Vec3 view, int 
     const auto [x0, y0] = screen(part.mesh.Corner(t, 0));
     const auto [x1, y1] = screen(part.mesh.Corner(t, 1));
     const auto [x2, y2] = screen(part.mesh.Corner(t, 2));
-    const std::string fill = fmt::format("#{:02x}{:02x}{:02x}", static_cast<int>(r * shade), static_cast<int>(g * shade), static_cast<int>(b * shade));
-    svg += fmt::format(R"(<path d="M{:.1f} {:.1f}L{:.1f} {:.1f}L{:.1f} {:.1f}Z" fill="{}" stroke="{}" stroke-width="0.3"/>)", x0, y0, x1, y1, x2, y2, fill, fill);
+    const std::string fill = fmt::format("#{:02x}{:02x}{:02x}", static_cast<int>(r * shade),
+                                         static_cast<int>(g * shade), static_cast<int>(b * shade));
+    svg += fmt::format(
+        R"(<path d="M{:.1f} {:.1f}L{:.1f} {:.1f}L{:.1f} {:.1f}Z" fill="{}" stroke="{}" stroke-width="0.3"/>)", x0, y0,
+        x1, y1, x2, y2, fill, fill);
   }
   // The pull direction from the middle of the part.
   const auto [ax, ay] = screen(centre);
   const auto [bx, by] = screen(centre + report.pull * (0.45 * part.box.Diagonal()));
-  svg += R"(<defs><marker id="arrow" markerWidth="8" markerHeight="8" refX="6" refY="4" orient="auto"><path d="M0,0 L8,4 L0,8 z" fill="#1c7ed6"/></marker></defs>)";
-  svg += fmt::format(R"~(<line x1="{:.1f}" y1="{:.1f}" x2="{:.1f}" y2="{:.1f}" stroke="#1c7ed6" stroke-width="3" marker-end="url(#arrow)"/>)~", ax, ay, bx, by);
+  svg += R"(<defs><marker id="arrow" markerWidth="8" markerHeight="8" refX="6" refY="4" orient="auto">)"
+         R"(<path d="M0,0 L8,4 L0,8 z" fill="#1c7ed6"/></marker></defs>)";
+  svg += fmt::format(R"~(<line x1="{:.1f}" y1="{:.1f}" x2="{:.1f}" y2="{:.1f}" stroke="#1c7ed6" stroke-width="3" )~"
+                     R"~(marker-end="url(#arrow)"/>)~",
+                     ax, ay, bx, by);
   for (std::size_t i = 0; i < report.findings.size(); ++i) {
     const auto [x, y] = screen(report.findings[i].point * report.pointToMm);
-    svg += fmt::format(R"(<a href="#finding-{0}"><circle cx="{1:.1f}" cy="{2:.1f}" r="7" fill="white" stroke="{3}" stroke-width="2"/><text x="{1:.1f}" y="{4:.1f}" font-size="9" text-anchor="middle" font-family="sans-serif">{0}</text></a>)",
-                       i + 1, x, y, ColourOf(report.findings[i].severity), y + 3);
+    svg += fmt::format(
+        R"(<a href="#finding-{0}"><circle cx="{1:.1f}" cy="{2:.1f}" r="7" fill="white" stroke="{3}" stroke-width="2"/>)"
+        R"(<text x="{1:.1f}" y="{4:.1f}" font-size="9" text-anchor="middle" font-family="sans-serif">{0}</text></a>)",
+        i + 1, x, y, ColourOf(report.findings[i].severity), y + 3);
   }
   svg += "</svg>";
   return svg;
 }
 
-std::string HtmlReport(const Part& part, const CheckReport& report, const std::vector<RuleInput>& rules) {
-  std::string html = "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>Check of " + Escape(part.file) +
-                     "</title><style>body{font-family:sans-serif;margin:2em}table{border-collapse:collapse}td,th{border:1px solid #ccc;"
-                     "padding:3px 8px;text-align:left}.views svg{margin:4px;border:1px solid #ddd}.sev{display:inline-block;width:10px;"
-                     "height:10px;margin-right:4px}</style></head><body>";
-  html += "<h1>Check of " + Escape(part.file) + "</h1>";
-  html += fmt::format("<p>{} solid(s), {} faces; nominal wall thickness {} mm; pull ({}, {}, {}), {}.</p>", part.solids, part.faces.size(),
-                      Number(report.facts.thickness.nominal), Number(report.pull.x), Number(report.pull.y), Number(report.pull.z),
-                      Escape(report.pullNote));
-  for (const std::string& warning : part.warnings) html += "<p>Warning: " + Escape(warning) + "</p>";
+namespace {
+// A rule's result in the rules table: skipped, not checked (whole rule), its findings, passed, or "-" when the
+// checker did not look at it.
+std::string RuleResult(const RuleInput& rule, const CheckReport& report, const ReportTexts& texts) {
+  for (const NotChecked& n : report.skipped)
+    if (n.ruleId == rule.id) return texts(res::kCheckSkipped) + ": " + n.reason;
+  for (const NotChecked& n : report.notChecked)
+    if (n.ruleId == rule.id && !n.parameter) return texts(res::kCheckNotChecked) + ": " + n.reason;
+  const auto count = std::ranges::count_if(report.findings, [&](const Finding& f) { return f.ruleId == rule.id; });
+  if (count) return fmt::format("{}: {}", texts(res::kCheckFindings), count);
+  if (std::ranges::find(report.passed, rule.id) != report.passed.end()) return texts(res::kCheckPassed);
+  return "-";
+}
+
+std::string HeaderRow(std::initializer_list<std::string> headings) {
+  std::string row = "<tr>";
+  for (const std::string& heading : headings) row += "<th>" + Escape(heading) + "</th>";
+  return row + "</tr>";
+}
+}  // namespace
+
+std::string HtmlReport(const Part& part, const CheckReport& report, const std::vector<RuleInput>& rules,
+                       const ReportTexts& texts) {
+  const std::string title = Escape(texts(res::kCheckTitle) + ": " + part.file);
+  std::string html = "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>" + title +
+                     "</title><style>body{font-family:sans-serif;margin:2em}table{border-collapse:collapse}"
+                     "td,th{border:1px solid #ccc;padding:3px 8px;text-align:left}.views svg{margin:4px;"
+                     "border:1px solid #ddd}.sev{display:inline-block;width:10px;height:10px;margin-right:4px}"
+                     "</style></head><body>";
+  html += "<h1>" + title + "</h1>";
+  html += "<p>" + Escape(PartLine(part, report, texts) + ", " + report.pullNote) + "</p>";
+  for (const std::string& warning : part.warnings)
+    html += "<p>" + Escape(texts(res::kCheckWarning) + ": " + warning) + "</p>";
   html += "<div class=\"views\">";
   const Vec3 views[] = {{1, -1, 1}, report.pull, {-1, 1, -0.6}};
   for (Vec3 view : views) html += SvgView(part, report, view, 420);
-  html += "</div><h2>Findings</h2><table><tr><th>#</th><th>Severity</th><th>Rule</th><th>Feature</th><th>Measured</th><th>Limit</th><th>Faces</th></tr>";
+  html += "</div><h2>" + Escape(texts(res::kCheckFindings)) + "</h2><table>" +
+          HeaderRow({"#", texts(res::kSeverityLabel), texts(res::kCheckRule), texts(res::kCheckFeature),
+                     texts(res::kCheckMeasured), texts(res::kCheckLimit), texts(res::kCheckFaces)});
   for (std::size_t i = 0; i < report.findings.size(); ++i) {
     const Finding& f = report.findings[i];
-    std::string faces;
-    for (int face : f.faces) faces += (faces.empty() ? "" : ", ") + std::to_string(face);
-    html += fmt::format("<tr id=\"finding-{}\"><td>{}</td><td><span class=\"sev\" style=\"background:{}\"></span>{}</td><td>{} {}</td><td>{}</td>"
-                        "<td>{} {}</td><td>{} {} {}</td><td>{}</td></tr>",
-                        i + 1, i + 1, ColourOf(f.severity), SeverityName(f.severity), f.ruleId, Escape(f.displayName), Escape(f.what),
-                        Number(f.measured), Escape(f.unit), Escape(OperatorText(f.op)), Number(f.limit), Escape(f.unit), faces);
+    html += fmt::format(
+        "<tr id=\"finding-{}\"><td>{}</td><td><span class=\"sev\" style=\"background:{}\"></span>{}</td>"
+        "<td>{} {}</td><td>{}</td><td>{} {}</td><td>{} {} {}</td><td>{}</td></tr>",
+        i + 1, i + 1, ColourOf(f.severity), Escape(texts.Severity(f.severity)), f.ruleId, Escape(f.displayName),
+        Escape(f.what), Number(f.measured), Escape(f.unit), Escape(OperatorText(f.op)), Number(f.limit), Escape(f.unit),
+        FaceList(f.faces, f.faces.size()));
   }
-  html += "</table><h2>Rules</h2><table><tr><th>Rule</th><th>Summary</th><th>Result</th></tr>";
-  for (const RuleInput& rule : rules) {
-    std::string result = "passed";
-    const auto count = std::count_if(report.findings.begin(), report.findings.end(), [&](const Finding& f) { return f.ruleId == rule.id; });
-    if (count) result = fmt::format("{} finding(s)", count);
-    for (const NotChecked& n : report.notChecked)
-      if (n.ruleId == rule.id && !n.parameter) result = "not checked: " + n.reason;
-    for (const NotChecked& n : report.skipped)
-      if (n.ruleId == rule.id) result = "skipped: " + n.reason;
-    if (!count && std::find(report.passed.begin(), report.passed.end(), rule.id) == report.passed.end() && result == "passed") result = "-";
-    html += fmt::format("<tr><td>{} {}</td><td>{}</td><td>{}</td></tr>", rule.id, Escape(rule.displayName), Escape(rule.summary), Escape(result));
-  }
+  html += "</table><h2>" + Escape(texts(res::kCheckRules)) + "</h2><table>" +
+          HeaderRow({texts(res::kCheckRule), texts(res::kCheckSummary), texts(res::kCheckResult)});
+  for (const RuleInput& rule : rules)
+    html += fmt::format("<tr><td>{} {}</td><td>{}</td><td>{}</td></tr>", rule.id, Escape(rule.displayName),
+                        Escape(rule.summary), Escape(RuleResult(rule, report, texts)));
   html += "</table></body></html>\n";
   return html;
 }

@@ -93,13 +93,53 @@ double AcrossAt(const FaceInfo& side, Vec3 across, Vec3 up, Vec3 wallOrigin, dou
   return Dot(side.origin, across) - (h / a) * (s - s0);
 }
 
-// A rib with `top`, sides `a` and `b` standing on a common wall, or none.
-bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& feetA, const std::vector<Foot>& feetB,
-             Rib& rib) {
-  const FaceInfo &topFace = part.faces[top], &sideA = part.faces[a], &sideB = part.faces[b];
+// A rib's top: a flat face, a convex half-cylinder, or a flat face between two convex fillets, and the way it
+// faces. Its sides are the planar faces it meets, directly or through one of its fillets.
+struct Cap {
+  std::vector<int> faces;
+  Vec3 up;
+};
+struct CapSide {
+  int side = -1, fillet = -1;
+};
+
+bool IsConvexCylinder(const Part& part, int face) {
+  return part.faces[face].kind == SurfaceKind::Cylinder && part.faces[face].nodeCount > 0 &&
+         !IsHollow(part, part.faces[face]);
+}
+
+// The planar faces standing across `up` next to `top`, directly or beyond one convex cylinder along the top.
+std::vector<CapSide> SidesOf(const Part& part, int top, Vec3 up) {
+  const auto across = [&](int face) {
+    return IsPlane(part, face) && std::fabs(Dot(part.faces[face].direction, up)) <= kAcrossSine;
+  };
+  std::vector<CapSide> sides;
+  for (int next : part.faces[top].neighbours) {
+    if (across(next)) sides.push_back({next, -1});
+    if (!IsPlane(part, top) || !IsConvexCylinder(part, next)) continue;
+    if (std::fabs(Dot(part.faces[next].direction, up)) > kAcrossSine) continue;  // a fillet runs along the top
+    for (int beyond : part.faces[next].neighbours)
+      if (beyond != top && across(beyond)) sides.push_back({beyond, next});
+  }
+  return sides;
+}
+
+// The highest point of the cap above the wall.
+double HeightAbove(const Part& part, const Cap& cap, Vec3 wallOrigin) {
+  double height = -1e300;
+  for (int f : cap.faces)
+    for (std::size_t n = part.faces[f].firstNode; n < part.faces[f].firstNode + part.faces[f].nodeCount; ++n)
+      height = std::max(height, Dot(part.mesh.nodes[n] - wallOrigin, cap.up));
+  return height;
+}
+
+// A rib with `cap`, sides `a` and `b` standing on a common wall, or none.
+bool MakeRib(const Part& part, const Cap& cap, int a, int b, const std::vector<Foot>& feetA,
+             const std::vector<Foot>& feetB, Rib& rib) {
+  const FaceInfo &sideA = part.faces[a], &sideB = part.faces[b];
   for (const Foot& footA : feetA) {
     const FaceInfo& wall = part.faces[footA.wall];
-    if (footA.wall == top || Dot(wall.direction, topFace.direction) < kSameWayCosine) continue;
+    if (footA.wall == cap.faces[0] || Dot(wall.direction, cap.up) < kSameWayCosine) continue;
     // Each side has its own fillet: one shared by both sides is a bend, not a foot.
     const auto footB = std::find_if(feetB.begin(), feetB.end(), [&](const Foot& f) {
       return f.wall == footA.wall && (f.fillet < 0 || f.fillet != footA.fillet);
@@ -108,7 +148,8 @@ bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& f
     const Vec3 up = wall.direction;
     const Vec3 across = Normalized(sideA.direction - up * Dot(sideA.direction, up));
     if (Length(across) < 0.5) continue;
-    const double height = Dot(MeanNode(part, {top}) - wall.origin, up);
+    // A rounded top counts to its highest point, its sides extended to there for the thickness at the top.
+    const double height = HeightAbove(part, cap, wall.origin);
     const double base = AcrossAt(sideA, across, up, wall.origin, 0) - AcrossAt(sideB, across, up, wall.origin, 0);
     const double tip =
         AcrossAt(sideA, across, up, wall.origin, height) - AcrossAt(sideB, across, up, wall.origin, height);
@@ -118,7 +159,8 @@ bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& f
     // A thin wall: thinner than it is high and than half its length, on a wall reaching well beyond it.
     if (height <= 0 || base <= 0 || tip <= 0 || base > height || 2 * base > length) continue;
     if (Extent(part, wall, across, low) < kWallShare * base) continue;
-    rib.faces = {a, b, top};
+    rib.faces = {a, b};
+    rib.faces.insert(rib.faces.end(), cap.faces.begin(), cap.faces.end());
     for (int fillet : {footA.fillet, footB->fillet})
       if (fillet >= 0) rib.faces.push_back(fillet);
     rib.base = footA.wall;
@@ -127,7 +169,7 @@ bool MakeRib(const Part& part, int top, int a, int b, const std::vector<Foot>& f
     rib.height = height;
     rib.length = length;
     rib.baseRadius = std::min(footA.radius, footB->radius);
-    rib.point = MeanNode(part, {top});
+    rib.point = MeanNode(part, cap.faces);
     return true;
   }
   return false;
@@ -209,27 +251,29 @@ std::vector<Rib> FindRibs(const Part& part, const std::vector<FaceDraft>& drafts
     auto found = feet.find(side);
     return found != feet.end() ? found->second : feet.emplace(side, FeetOf(part, side)).first->second;
   };
+  const std::vector<Vec3> normals = MeanNormals(part);
   std::vector<Rib> ribs;
   std::size_t pairs = 0;
   for (std::size_t t = 0; t < part.faces.size() && !cutShort; ++t) {
     const int top = static_cast<int>(t);
-    if (!IsPlane(part, top)) continue;
-    const Vec3 up = part.faces[t].direction;
-    const auto& next = part.faces[t].neighbours;
-    for (std::size_t i = 0; i < next.size() && !cutShort; ++i) {
-      const int a = next[i];
-      if (!IsPlane(part, a) || std::fabs(Dot(part.faces[a].direction, up)) > kAcrossSine) continue;
-      for (std::size_t j = i + 1; j < next.size(); ++j) {
-        const int b = next[j];
+    if ((!IsPlane(part, top) && !IsConvexCylinder(part, top)) || Length(normals[t]) == 0) continue;
+    const Vec3 up = normals[t];
+    const std::vector<CapSide> sides = SidesOf(part, top, up);
+    for (std::size_t i = 0; i < sides.size() && !cutShort; ++i) {
+      for (std::size_t j = i + 1; j < sides.size(); ++j) {
+        const int a = sides[i].side, b = sides[j].side;
         const FaceInfo &sideA = part.faces[a], &sideB = part.faces[b];
-        if (!IsPlane(part, b) || Dot(sideA.direction, sideB.direction) > kOppositeCosine) continue;
+        if (a == b || Dot(sideA.direction, sideB.direction) > kOppositeCosine) continue;
         if (Dot(sideA.origin - sideB.origin, sideA.direction) <= 0) continue;  // facing each other: a slot, not a rib
         if ((++pairs & 4095) == 0 && budget.Expired()) {
           cutShort = true;
           break;
         }
+        Cap cap{{top}, up};
+        for (int fillet : {sides[i].fillet, sides[j].fillet})
+          if (fillet >= 0) cap.faces.push_back(fillet);
         Rib rib;
-        if (!MakeRib(part, top, a, b, feetOf(a), feetOf(b), rib)) continue;
+        if (!MakeRib(part, cap, a, b, feetOf(a), feetOf(b), rib)) continue;
         rib.draft = std::min(draftOf.count(a) ? draftOf[a] : 90.0, draftOf.count(b) ? draftOf[b] : 90.0);
         ribs.push_back(std::move(rib));
       }

@@ -54,22 +54,18 @@ TEST(CheckerReader, GoodPartsKeepTheirSizeSolidsAndWarnings) {
   for (const Case& c : cases) {
     const Part& part = Read(c.part);
     EXPECT_EQ(part.solids, c.solids) << c.part;
-    const Vec3 size = part.box.Size();
-    ExpectNear(c.size.x, size.x, 1e-3, c.part);
-    ExpectNear(c.size.y, size.y, 1e-3, c.part);
-    ExpectNear(c.size.z, size.z, 1e-3, c.part);
+    for (double Vec3::*axis : {&Vec3::x, &Vec3::y, &Vec3::z})
+      ExpectNear(c.size.*axis, part.box.Size().*axis, 1e-3, c.part);
     std::string warnings;
     for (const auto& w : part.warnings) warnings += w + "\n";
-    if (*c.warning)
-      EXPECT_NE(warnings.find(c.warning), std::string::npos) << c.part << ": " << warnings;
-    else
-      EXPECT_TRUE(warnings.empty()) << c.part << ": " << warnings;
+    EXPECT_EQ(warnings.empty(), !*c.warning) << c.part << ": " << warnings;
+    EXPECT_NE(warnings.find(c.warning), std::string::npos) << c.part << ": " << warnings;
   }
   EXPECT_EQ(Read("plate_in_metres").fileUnit, "metre");
   EXPECT_GT(Read("sheet").openEdges, 0);
 }
 
-TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
+TEST(CheckerReader, BadFilesAndBudgetsGiveAClearErrorNeverACrash) {
   const std::pair<std::string, const char*> cases[] = {
       {PartPath("empty"), "empty"},
       {PartPath("garbage"), ""},
@@ -77,9 +73,10 @@ TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
       {PartPath("missing"), "cannot open"},
       {std::string(KVX_CHECKER_PARTS) + "/../CTestTestfile.cmake", "not a STEP file"},
       {std::string(KVX_FUZZ_FINDINGS) + "/step-line-without-vector.step", "the part cannot be read: #"},
+      {PartPath("boss"), "out of time"},  // a budget that runs out stops the read
   };
   for (const auto& [path, word] : cases) {
-    const ReadResult result = ReadStepFile(path, Budget(60s));
+    const ReadResult result = ReadStepFile(path, Budget(word == std::string("out of time") ? 0ms : 60s));
     EXPECT_FALSE(result.ok) << path;
     EXPECT_FALSE(result.error.empty()) << path;
     EXPECT_NE(result.error.find(word), std::string::npos) << path << ": " << result.error;
@@ -93,19 +90,13 @@ TEST(CheckerReader, BadFilesGiveAClearErrorNeverACrash) {
   }
 }
 
-TEST(CheckerReader, ABudgetThatRunsOutStopsTheReadWithAReason) {
-  const ReadResult result = ReadStepFile(PartPath("boss"), Budget(0ms));
-  EXPECT_FALSE(result.ok);
-  EXPECT_NE(result.error.find("out of time"), std::string::npos) << result.error;
-}
-
 TEST(CheckerFacts, DraftPerFaceAgainstThePull) {
   struct Case {
     const char* part;
-    double draft;      // the smallest draft of the faces standing along the pull
-    int faces;         // how many faces have it
+    double draft;  // a draft of faces standing along the pull (the boss's hole at 0.5 degree, its outside at 1)
+    int faces;     // how many faces have it
   };
-  const Case cases[] = {{"drafted", 2.0, 4}, {"plate", 0.0, 8}, {"boss", 0.5, 1}};
+  const Case cases[] = {{"drafted", 2.0, 4}, {"plate", 0.0, 8}, {"boss", 0.5, 1}, {"boss", 1.0, 1}};
   for (const Case& c : cases) {
     const Facts facts = FactsOf(c.part);
     int count = 0;
@@ -113,11 +104,6 @@ TEST(CheckerFacts, DraftPerFaceAgainstThePull) {
       if (std::fabs(d.minDraft - c.draft) <= kDraftTolerance) ++count;
     EXPECT_EQ(count, c.faces) << c.part;
   }
-  // The boss's outer wall at 1 degree; the plate's top and bottom square to the pull on opposite sides.
-  const Facts boss = FactsOf("boss");
-  EXPECT_EQ(std::count_if(boss.drafts.begin(), boss.drafts.end(),
-                          [](const FaceDraft& d) { return std::fabs(d.minDraft - 1.0) <= kDraftTolerance; }),
-            1);
   std::map<int, int> sides;
   for (const FaceDraft& d : FactsOf("drafted").drafts) ++sides[d.side];
   EXPECT_EQ(sides[1], 5);  // the top and the four drafted sides face the half moving along the pull
@@ -140,8 +126,7 @@ TEST(CheckerFacts, HolesWithDiameterDepthKindAndLigament) {
     EXPECT_EQ(holes[i].through, expected[i].through) << i;
     EXPECT_NEAR(std::fabs(holes[i].axis.z), 1.0, 1e-6);
   }
-  ExpectNear(2.0, holes[2].ligament, kSizeShare * 2, "ligament of the close pair");
-  ExpectNear(2.0, holes[3].ligament, kSizeShare * 2, "ligament of the close pair");
+  for (int i : {2, 3}) ExpectNear(2.0, holes[i].ligament, kSizeShare * 2, "ligament of the close pair");
   EXPECT_GT(holes[1].ligament, 20);
   // The blind hole opens at the top.
   EXPECT_GT(holes[0].axis.z, 0);
@@ -157,8 +142,7 @@ TEST(CheckerFacts, BossWithCoaxialHole) {
   ExpectNear(12, boss.height, kSizeShare * 12, "height");
   ExpectNear(1.0, boss.outerDraft, kDraftTolerance, "outer draft");
   ExpectNear(0.5, boss.innerDraft, kDraftTolerance, "inner draft");
-  EXPECT_GT(boss.holeDiameter, 3.9 * (1 - kSizeShare));
-  EXPECT_LT(boss.holeDiameter, 4.0 * (1 + kSizeShare));
+  ExpectNear(3.95, boss.holeDiameter, 0.05 + kSizeShare * 4, "hole diameter (between its ends' 3.9 and 4)");
   ExpectNear(15, boss.point.z, 1e-3, "tip");
   // The boss's hole is also a blind hole 10 deep.
   ASSERT_EQ(facts.holes.size(), 1u);
@@ -179,15 +163,14 @@ double ThicknessOfFaceAt(const Facts& facts, const Part& part, Vec3 point) {
 TEST(CheckerFacts, WallThicknessNominalThickAndThin) {
   struct Case {
     const char* part;
-    double nominal;
-    Vec3 at;        // a point of a face square to the pull whose wall is measured
-    double value;   // its thickness
+    double nominal, value;  // the part's nominal thickness, and that of the face at `at`
+    Vec3 at;                // a point of a face square to the pull whose wall is measured
   };
   const Case cases[] = {
-      {"plate", 4, {50, 50, 4}, 4},
-      {"thick", 4, {40, 20, 10}, 10},  // the thick section
-      {"rib", 3, {20, 10, 3}, 3},
-      {"window", 2, {20, 20, 2}, 2},
+      {"plate", 4, 4, {50, 50, 4}},
+      {"thick", 4, 10, {40, 20, 10}},  // the thick section
+      {"rib", 3, 3, {20, 10, 3}},
+      {"window", 2, 2, {20, 20, 2}},
   };
   for (const Case& c : cases) {
     const Facts facts = FactsOf(c.part);
@@ -215,8 +198,11 @@ TEST(CheckerFacts, UndercutsAndTheAutomaticPull) {
   ASSERT_EQ(window.undercuts.size(), 1u);
   ExpectNear(40, window.undercutArea, 40 * kThicknessShare, "window undercut area (its top and bottom)");
   ExpectNear(2, window.undercuts[0].depth, kThicknessShare * 2, "through the 2 mm wall");
-  for (const char* part : {"plate", "drafted", "boss", "thick", "rib"})
-    EXPECT_TRUE(FactsOf(part).undercuts.empty()) << part;
+  for (const char* part : {"plate", "drafted", "boss", "thick", "rib"}) {
+    const Facts facts = FactsOf(part);
+    EXPECT_TRUE(facts.undercuts.empty() && facts.cutouts.empty()) << part << ": round holes, ribs, steps";
+    EXPECT_TRUE(facts.ribs.empty() == (part != std::string("rib"))) << part << ": blocks and steps are no ribs";
+  }
   // Seen along X, the plate's holes cannot be released.
   EXPECT_FALSE(FactsOf("plate", {1, 0, 0}).undercuts.empty());
 
@@ -226,36 +212,40 @@ TEST(CheckerFacts, UndercutsAndTheAutomaticPull) {
 }
 
 TEST(CheckerFacts, RibsAndCutouts) {
-  const double tip = 1.5 - 2 * 10 * std::tan(0.5 * 3.14159265358979 / 180);
-  const Facts rib = FactsOf("rib");
-  ASSERT_EQ(rib.ribs.size(), 2u);
-  std::vector<Rib> ribs = rib.ribs;
-  std::sort(ribs.begin(), ribs.end(), [](const Rib& a, const Rib& b) { return a.point.y < b.point.y; });
-  const double radii[] = {0.6, 0};  // the rib at y = 14 has fillets at its foot
-  for (std::size_t i = 0; i < ribs.size(); ++i) {
-    const Rib& r = ribs[i];
-    ExpectNear(1.5, r.thickness, kSizeShare * 1.5, "rib thickness at the foot");
-    ExpectNear(tip, r.tipThickness, kSizeShare * tip, "rib thickness at the top");
-    ExpectNear(10, r.height, kSizeShare * 10, "rib height");
-    ExpectNear(0.5, r.draft, kDraftTolerance, "rib draft");
-    ExpectNear(radii[i], r.baseRadius, kSizeShare, "rib base radius");
-    ExpectNear(10.5, r.spacing, kSizeShare * 10.5, "clear gap between the ribs");
+  struct Case {
+    const char* part;
+    double thickness, tip, height, draft, radii[2], spacing;  // of both ribs; radii by rising y
+  };
+  const Case cases[] = {
+      {"rib", 1.5, 1.5 - 2 * 10 * std::tan(0.5 * 3.14159265358979 / 180), 10, 0.5, {0.6, 0}, 10.5},
+      {"rounded_ribs", 2, 2, 10, 0, {0, 0}, 10},  // a rounded top counts to its highest point
+  };
+  for (const Case& c : cases) {
+    std::vector<Rib> ribs = FactsOf(c.part).ribs;
+    ASSERT_EQ(ribs.size(), 2u) << c.part;
+    std::sort(ribs.begin(), ribs.end(), [](const Rib& a, const Rib& b) { return a.point.y < b.point.y; });
+    for (std::size_t i = 0; i < ribs.size(); ++i) {
+      const Rib& r = ribs[i];
+      const std::string rib = c.part + std::string(" ") + std::to_string(i) + ": ";
+      ExpectNear(c.thickness, r.thickness, kSizeShare * c.thickness, rib + "thickness at the foot");
+      ExpectNear(c.tip, r.tipThickness, kSizeShare * c.tip, rib + "thickness at the top");
+      ExpectNear(c.height, r.height, kSizeShare * c.height, rib + "height");
+      ExpectNear(c.draft, r.draft, kDraftTolerance, rib + "draft");
+      ExpectNear(c.radii[i], r.baseRadius, kSizeShare, rib + "base radius");
+      ExpectNear(c.spacing, r.spacing, kSizeShare * c.spacing, rib + "clear gap between the ribs");
+    }
   }
-  EXPECT_TRUE(rib.cutouts.empty()) << "a rib is no opening";
   const Facts window = FactsOf("window");
   ASSERT_EQ(window.cutouts.size(), 1u);
   ExpectNear(60, window.cutouts[0].area, kSizeShare * 60, "window area");
   ExpectNear(2, window.cutouts[0].depth, kSizeShare * 2, "through the wall");
   EXPECT_TRUE(window.ribs.empty()) << "the box's walls are walls";
-  for (const char* part : {"plate", "drafted", "boss", "thick"}) {
-    const Facts facts = FactsOf(part);
-    EXPECT_TRUE(facts.ribs.empty() && facts.cutouts.empty()) << part << ": round holes, blocks and steps are neither";
-  }
 }
 
 // Rules as the module hands them out, built by hand: millimetres and degrees unless a case says otherwise.
-RuleInput Rule(int id, std::map<long, Limit> limits, int lengthUnit = 0) {
+RuleInput Rule(int id, std::map<long, Limit> limits, int lengthUnit = 0, int status = 0) {
   RuleInput rule;
+  rule.status = status;
   rule.id = id;
   rule.name = "rule " + std::to_string(id);
   rule.severity = 2;
@@ -264,20 +254,20 @@ RuleInput Rule(int id, std::map<long, Limit> limits, int lengthUnit = 0) {
   return rule;
 }
 constexpr int kAtLeast = 7, kAtMost = 8, kLess = 5;
-Limit L(int op, double value) {
+Limit L(int op, double value, bool enabled = true) {
   Limit limit;
+  limit.enabled = enabled;
   limit.op = op;
   limit.values = {value};
   return limit;
 }
 
 struct EvaluatorCase {
-  const char* name;
-  const char* part;
+  const char *name, *part;
   RuleInput rule;
   std::size_t findings;
   double measured;  // of every finding
-  const char* verdict;  // "passed", "not checked" or "findings"
+  const char* verdict;  // "passed", "not checked", "skipped" or "findings"
 };
 
 TEST(CheckerEvaluators, CompareFactsWithTheRulesLimits) {
@@ -294,6 +284,7 @@ TEST(CheckerEvaluators, CompareFactsWithTheRulesLimits) {
       {"window undercut, once", "window", Rule(12100, {{3050, L(3, 1.0)}, {3051, L(kAtLeast, 0.1)}}), 1, 2.0, "findings"},
       {"undercuts only from 3 mm", "window", Rule(12100, {{3050, L(3, 1.0)}, {3051, L(kAtLeast, 3.0)}}), 0, 0, "passed"},
       {"boss outer draft", "boss", Rule(12176, {{2469, L(kAtLeast, 1.5)}}), 1, 1.0, "findings"},
+      {"elliptic base blend, no radius", "blended_boss", Rule(12010, {{3010, L(kAtLeast, 0.1)}}), 0, 0, "not checked"},
       {"no hole on the block", "drafted", Rule(12150, {{2347, L(kLess, 0.4)}}), 0, 0, "not checked"},
       {"ribs thicker than 0.4 t", "rib", Rule(12070, {{3040, L(kAtMost, 0.4)}}), 2, 0.5, "findings"},
       {"ribs drafted less than 1 degree", "rib", Rule(12070, {{3042, L(kAtLeast, 1.0)}}), 2, 0.5, "findings"},
@@ -304,6 +295,8 @@ TEST(CheckerEvaluators, CompareFactsWithTheRulesLimits) {
       {"no rib on the plate", "plate", Rule(12070, {{3040, L(kAtMost, 0.6)}}), 0, 0, "not checked"},
       {"window larger than 20 t", "window", Rule(12060, {{2081, L(kAtMost, 20.0)}}), 1, 30, "findings"},
       {"rule without an evaluator", "plate", Rule(99999, {{1, L(kAtMost, 1.0)}}), 0, 0, "not checked"},
+      {"status off", "drafted", Rule(12090, {{3030, L(kAtLeast, 3.0)}}, 0, 1), 0, 0, "skipped"},
+      {"every limit off", "drafted", Rule(12150, {{2347, L(kAtLeast, 3.0, false)}}), 0, 0, "skipped"},
   };
   for (const EvaluatorCase& c : cases) {
     const CheckReport report = CheckRules(Read(c.part), {c.rule}, {kUp, ""}, Budget(60s));
@@ -314,21 +307,10 @@ TEST(CheckerEvaluators, CompareFactsWithTheRulesLimits) {
     }
     const bool passed = std::count(report.passed.begin(), report.passed.end(), c.rule.id) == 1;
     const bool notChecked = report.notChecked.size() == 1 && !report.notChecked[0].reason.empty();
-    EXPECT_EQ(std::string(c.verdict), passed ? "passed" : notChecked ? "not checked" : "findings") << c.name;
+    const bool skipped = report.skipped.size() == 1 && report.skipped[0].ruleId == c.rule.id;
+    const char* verdict = passed ? "passed" : notChecked ? "not checked" : skipped ? "skipped" : "findings";
+    EXPECT_EQ(std::string(c.verdict), verdict) << c.name;
   }
-}
-
-TEST(CheckerEvaluators, SwitchedOffRulesAreSkippedAndListed) {
-  RuleInput statusOff = Rule(12090, {{3030, L(kAtLeast, 3.0)}});
-  statusOff.status = 1;
-  Limit off = L(kAtLeast, 3.0);
-  off.enabled = false;
-  const RuleInput limitsOff = Rule(12150, {{2347, off}});
-  const CheckReport report = CheckRules(Read("drafted"), {statusOff, limitsOff}, {kUp, ""}, Budget(60s));
-  EXPECT_TRUE(report.findings.empty());
-  ASSERT_EQ(report.skipped.size(), 2u);
-  EXPECT_EQ(report.skipped[0].ruleId, 12090);
-  EXPECT_EQ(report.skipped[1].ruleId, 12150);
 }
 
 TEST(CheckerEvaluators, UniformThicknessNominalBecomesT) {
@@ -337,15 +319,10 @@ TEST(CheckerEvaluators, UniformThicknessNominalBecomesT) {
   const RuleInput spacing = Rule(12160, {{2374, L(kAtLeast, 0.8)}});
   const CheckReport report = CheckRules(Read("plate"), {uniform, spacing}, {kUp, ""}, Budget(60s));
   EXPECT_DOUBLE_EQ(report.nominalThickness, 2.0);
-  bool wallAt100 = false;
-  for (const Finding& f : report.findings) wallAt100 = wallAt100 || (f.ruleId == 12030 && std::fabs(f.measured - 100) < 5);
-  EXPECT_TRUE(wallAt100);
+  EXPECT_TRUE(std::ranges::any_of(
+      report.findings, [](const Finding& f) { return f.ruleId == 12030 && std::fabs(f.measured - 100) < 5; }));
   EXPECT_EQ(std::count(report.passed.begin(), report.passed.end(), 12160), 1);  // 2 mm >= 0.8 x 2 mm
 }
-
-}  // namespace
-
-namespace {
 
 // Real parts written by other CAD systems, as Debian ships them (occt-misc, and the component bodies of
 // freecad-common): checked within the budget, nothing cut short, and what a person sees on them found. The
@@ -384,12 +361,9 @@ TEST(CheckerSamples, DebianStepSamplesAreCheckedPlausibly) {
     EXPECT_NEAR(check.read.part.box.Size().z, c.height, 0.01 * c.height) << c.path;
     EXPECT_TRUE(check.report.facts.skipped.empty()) << c.path;
     const auto& holes = check.report.facts.holes;
-    if (c.throughHoles >= 0) {
-      EXPECT_EQ(std::count_if(holes.begin(), holes.end(), [](const Hole& h) { return h.through; }), c.throughHoles) << c.path;
-    }
-    if (!c.undercuts) {
-      EXPECT_EQ(check.report.facts.undercutArea, 0) << c.path << ": " << check.report.pullNote;
-    }
+    const auto through = std::count_if(holes.begin(), holes.end(), [](const Hole& h) { return h.through; });
+    EXPECT_TRUE(c.throughHoles < 0 || through == c.throughHoles) << c.path << ": " << through << " through holes";
+    EXPECT_TRUE(c.undercuts || check.report.facts.undercutArea == 0) << c.path << ": " << check.report.pullNote;
   }
   if (checked == 0) GTEST_SKIP() << "neither occt-misc nor freecad-common is installed";
 }

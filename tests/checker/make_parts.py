@@ -96,6 +96,25 @@ def rib():
     occ.fillet([tag for _, tag in body], foot, [0.6])
 
 
+def rounded_ribs():
+    # Ribs along x, 2 thick, 10 high, 12 apart on a 3 mm plate: a half-cylinder top at y = 14, 0.5 rounds at y = 26.
+    body = fuse(box(0, 0, 0, 60, 40, 3), box(5, 13, 3, 50, 2, 9), cylinder(5, 14, 12, 50, 0, 0, 1),
+                box(5, 25, 3, 50, 2, 10))
+    top = [tag for y in (25, 27)
+           for _, tag in occ.getEntitiesInBoundingBox(4.9, y - 0.01, 12.99, 55.1, y + 0.01, 13.01, 1)]
+    occ.fillet([tag for _, tag in body], top, [0.5])
+
+
+def blended_boss():
+    # A boss D10, 12 high on a 3 mm plate, revolved from a profile whose foot is a quarter ellipse 2 wide, 1 high.
+    p = [occ.addPoint(*q) for q in [(30, 30, 3), (37, 30, 3), (35, 30, 4), (35, 30, 15), (30, 30, 15), (37, 30, 4)]]
+    curves = [occ.addLine(p[0], p[1]), occ.addEllipseArc(p[1], p[5], p[1], p[2]), occ.addLine(p[2], p[3]),
+              occ.addLine(p[3], p[4]), occ.addLine(p[4], p[0])]
+    profile = occ.addPlaneSurface([occ.addCurveLoop(curves)])
+    boss = occ.revolve([(2, profile)], 30, 30, 0, 0, 0, 1, 2 * math.pi)
+    fuse(box(0, 0, 0, 60, 60, 3), *[e for e in boss if e[0] == 3])
+
+
 def two_solids():
     box(0, 0, 0, 10, 10, 10)
     box(20, 0, 0, 10, 10, 10)
@@ -144,7 +163,9 @@ def main():
     directory = sys.argv[1]
     os.makedirs(directory, exist_ok=True)
     for name, build in [("plate", plate), ("drafted", drafted), ("boss", boss), ("thick", thick), ("window", window),
-                        ("rib", rib), ("two_solids", two_solids), ("sheet", sheet)]:
+                        ("rib", rib), ("rounded_ribs", rounded_ribs),
+                        ("blended_boss", blended_boss),
+                        ("two_solids", two_solids), ("sheet", sheet)]:
         write(name, build, directory)
     metres = write("plate_in_metres", plate_in_metres, directory)
     with open(metres) as source:

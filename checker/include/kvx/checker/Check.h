@@ -51,7 +51,7 @@ struct Finding {
 
 struct NotChecked {
   int ruleId = 0;
-  std::string name;
+  std::string name, displayName;
   std::string reason;
   long parameter = 0;  // one limit of the rule only; 0 for the whole rule
 };

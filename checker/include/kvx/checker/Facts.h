@@ -34,9 +34,10 @@ struct Boss {
   double height = 0;
   double outerDraft = 0;
   double innerDraft = 0;
-  double baseRadius = 0;    // 0 when no fillet was found at the base
-  double tipRadius = 0;     // 0 when no rounding was found at the tip
+  double baseRadius = 0;    // 0 when no fillet was found at the base; kUnmeasured for a blend that is no torus
+  double tipRadius = 0;     // 0 when no rounding was found at the tip; kUnmeasured as above
   Vec3 point;               // on the axis at the tip
+  static constexpr double kUnmeasured = -1;
 };
 
 struct FaceThickness {

@@ -201,4 +201,26 @@ constexpr int kToleranceBandsOverlap = 2859;      // format: material name, the 
 constexpr int kMaterialNamedTwice = 2860;         // format: material name (names compared without case)
 constexpr int kSheetOverNotANumber = 2861;        // format: the sheet's row number
 
+// ---- Part checker: report and text output (labels only; numbers and names follow a colon) ----------
+constexpr int kCheckTitle = 3300;          // the report's title and heading, before the part's file name
+constexpr int kCheckSolids = 3301;
+constexpr int kCheckFaces = 3302;          // a count of faces, and the findings table's column of face numbers
+constexpr int kCheckNominalWall = 3303;    // nominal wall thickness
+constexpr int kCheckPull = 3304;           // pull (mould-opening) direction
+constexpr int kCheckWarning = 3305;        // a problem of the part's file that may make it misread
+constexpr int kCheckCutShort = 3306;       // an analysis stopped by the time allowance
+constexpr int kCheckFindings = 3307;       // heading, and the count of findings
+constexpr int kCheckRule = 3308;
+constexpr int kCheckFeature = 3309;        // the kind of feature a finding is about (hole, boss, rib, ...)
+constexpr int kCheckMeasured = 3310;       // the measured value
+constexpr int kCheckLimit = 3311;          // the rule's limit
+constexpr int kCheckPoint = 3312;          // a point on the part
+constexpr int kCheckRules = 3313;          // heading of the rules table
+constexpr int kCheckSummary = 3314;        // the rule's summary
+constexpr int kCheckResult = 3315;         // the rule's result
+constexpr int kCheckPassed = 3316;         // a rule checked without finding
+constexpr int kCheckNotChecked = 3317;     // a rule or limit the part could not be checked for
+constexpr int kCheckSkipped = 3318;        // a rule switched off
+constexpr int kCheckTolerance = 3319;      // recommended tolerance band of a main dimension
+
 }  // namespace kvx::res
