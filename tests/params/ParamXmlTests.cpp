@@ -95,24 +95,14 @@ TEST_F(ParamXmlTest, WritesAttributesAndChildrenInTheirFixedOrder) {
 
   const auto element = limit->GetParameterXML();
   ASSERT_TRUE(element);
-  EXPECT_EQ(CanonicalXml(element->Raw()), CanonicalXml(R"(
-    <Parameter Name="Gap ä" Type="-17" Status="0">
-      <Operator>8</Operator>
-      <OperatorOption>8</OperatorOption><OperatorOption>5</OperatorOption>
-      <ParameterType>1</ParameterType>
-      <Value>0.500000</Value><Value>2.000000</Value>
-      <ResultCriteria Status="1" CriteriaType="42">
-        <PercentDeviation/>
-        <AbsoluteDeviation>
-          <Unknown><Value>1.000000</Value></Unknown>
-          <Warning><Value>5.000000</Value></Warning>
-          <Info><Value>3.000000</Value><Value>2.000000</Value></Info>
-          <Unknown><Value>9.000000</Value></Unknown>
-        </AbsoluteDeviation>
-        <AbsoluteValue><Warning><Value>0.250000</Value></Warning></AbsoluteValue>
-      </ResultCriteria>
-      <Remarks>checked by hand</Remarks>
-    </Parameter>)"));
+  EXPECT_EQ(CanonicalXml(element->Raw()), CanonicalXml(R"(<Parameter Name="Gap ä" Type="-17" Status="0">
+      <Operator>8</Operator><OperatorOption>8</OperatorOption><OperatorOption>5</OperatorOption>
+      <ParameterType>1</ParameterType><Value>0.500000</Value><Value>2.000000</Value>
+      <ResultCriteria Status="1" CriteriaType="42"><PercentDeviation/>
+        <AbsoluteDeviation><Unknown><Value>1.000000</Value></Unknown><Warning><Value>5.000000</Value></Warning>
+          <Info><Value>3.000000</Value><Value>2.000000</Value></Info><Unknown><Value>9.000000</Value></Unknown>
+        </AbsoluteDeviation><AbsoluteValue><Warning><Value>0.250000</Value></Warning></AbsoluteValue>
+      </ResultCriteria><Remarks>checked by hand</Remarks></Parameter>)"));
 
   context_.xmlDocument = nullptr;
   EXPECT_EQ(limit->GetParameterXML(), nullptr) << "no document, no element";
@@ -172,23 +162,15 @@ TEST_F(ParamXmlTest, MultiAttributeValuesBecomeAttributeSets) {
 // rule's own definition and are never read; without its element a parameter stays as it was.
 TEST_F(ParamXmlTest, ReadsItsOwnElementOverWhatItHeld) {
   const auto rule = RuleWith(R"(
-    <Parameter><Value>1</Value></Parameter>
-    <Parameter Type="12abc"><Value>2</Value></Parameter>
-    <Parameter Type="12"><Value>3</Value></Parameter>
-    <Parameter Type="depth"><Value>4</Value></Parameter>
+    <Parameter><Value>1</Value></Parameter><Parameter Type="12abc"><Value>2</Value></Parameter>
+    <Parameter Type="12"><Value>3</Value></Parameter><Parameter Type="depth"><Value>4</Value></Parameter>
     <Parameter Type=""><Value>5</Value></Parameter>
-    <Parameter Name="Saved name" Type="2517" Status="0">
-      <Operator>8</Operator>
-      <OperatorOption>8</OperatorOption><OperatorOption>5</OperatorOption>
-      <ParameterType>1</ParameterType>
-      <Value>1.25</Value><Value>7</Value>
-      <ResultCriteria Status="0" CriteriaType="4">
+    <Parameter Name="Saved name" Type="2517" Status="0"><Operator>8</Operator>
+      <OperatorOption>8</OperatorOption><OperatorOption>5</OperatorOption><ParameterType>1</ParameterType>
+      <Value>1.25</Value><Value>7</Value><ResultCriteria Status="0" CriteriaType="4">
         <PercentDeviation><Warning><Value>10</Value><Value>20</Value></Warning><Info><Value>1.5</Value></Info></PercentDeviation>
-        <AbsoluteDeviation/>
-        <AbsoluteValue><Info><Value>3</Value></Info></AbsoluteValue>
-      </ResultCriteria>
-      <Remarks>saved remark</Remarks>
-    </Parameter>
+        <AbsoluteDeviation/><AbsoluteValue><Info><Value>3</Value></Info></AbsoluteValue>
+      </ResultCriteria><Remarks>saved remark</Remarks></Parameter>
     <Parameter Type="5"><Operator>5</Operator><ParameterType>8</ParameterType><Value>2</Value></Parameter>
     <Parameter Type="6"><OperatorOption>3</OperatorOption><Value>4</Value></Parameter>
     <Parameter Type="7"><ResultCriteria CriteriaType="x">
@@ -223,8 +205,7 @@ TEST_F(ParamXmlTest, ReadsItsOwnElementOverWhatItHeld) {
 
 TEST_F(ParamXmlTest, StatusIsFalseOnlyForTheExactTextZero) {
   const auto rule = RuleWith(R"(
-    <Parameter Type="1"/>
-    <Parameter Type="2" Status="0"><ResultCriteria Status="0"/></Parameter>
+    <Parameter Type="1"/><Parameter Type="2" Status="0"><ResultCriteria Status="0"/></Parameter>
     <Parameter Type="3" Status="false"><ResultCriteria Status=""/></Parameter>
     <Parameter Type="4" Status="00"><ResultCriteria/></Parameter>)");
   const bool expected[] = {true, false, true, true};
@@ -247,14 +228,11 @@ TEST_F(ParamXmlTest, ReadsEachValueTypeFromItsText) {
       <Value> +.5x</Value><Value>-3.</Value><Value>1,5</Value><Value>1e999</Value><Value>inf</Value><Value>-inf</Value>
       <Value>nan</Value></Parameter>
     <Parameter Type="5"><Value> as it stands </Value><Value/></Parameter>
-    <Parameter Type="6"><Value>77</Value></Parameter>
-    <Parameter Type="7"><Value>17</Value></Parameter>
+    <Parameter Type="6"><Value>77</Value></Parameter><Parameter Type="7"><Value>17</Value></Parameter>
     <Parameter Type="8"><Value>a</Value></Parameter>
     <Parameter Type="30"><ParameterType>24</ParameterType>
       <Value Attribute1="a" Attribute2="b" Attribute3="c" Attribute4="d" Attribute5="e" Attribute6="f" Attribute7="g"/>
-      <Value Attribute3="three" Attribute1="one"/>
-      <Value/>
-    </Parameter>)");
+      <Value Attribute3="three" Attribute1="one"/><Value/></Parameter>)");
   const auto Read = [&rule](auto parameter) {
     parameter->PopulateParameterFromXML(rule.get());
     return parameter->Values();

@@ -51,12 +51,12 @@ inline void SetOperator(const CKvxRule& rule, long id, int op) {
 }
 
 // Severity, status and every parameter (the rule's, then each constraint's) as "id:operator options status
-// [values]", the values to six digits (as they are saved).
+// [values]", the values to nine digits.
 inline std::string Describe(const CKvxRule& rule) {
   const auto parameters = [](const auto& owner) {
     std::string line;
     for (const auto& p : owner.Parameters()) {
-      line += fmt::format(" {}:{} {} {} [{:.6g}]", p->lId, p->iOperator, fmt::join(p->operatorOptions, "/"), p->bStatus,
+      line += fmt::format(" {}:{} {} {} [{:.9g}]", p->lId, p->iOperator, fmt::join(p->operatorOptions, "/"), p->bStatus,
                           fmt::join(*kvx::params::DoubleValues(p.get()), " "));
     }
     return line;
