@@ -159,25 +159,35 @@ TEST_F(RuleRecordTest, WritesAttributesInOrderThenParametersThenConstraints) {
   }
 }
 
-TEST_F(RuleRecordTest, AnIllegalValueTypeIsReportedAndTheWalkGoesOn) {
+// Reported in the shown language each time; writing goes on without it, reading abandons the rest of the
+// record (after the attributes), leaving the units and the populated flag alone.
+TEST_F(RuleRecordTest, AnIllegalValueTypeIsReportedAndStopsOnlyTheReading) {
   UseLocalizedLanguage("german");
+  const std::wstring illegal = localized_->String(kvx::res::kIllegalParameterDataType).value_or(L"?");
+  EXPECT_NE(illegal, En(kvx::res::kIllegalParameterDataType));
   TestRule rule;
   rule.AddDouble(1, {1.0});
   StrangeParameter& strange = rule.AddStrange(2);
   rule.AddDouble(3, {3.0});
+  rule.AddConstraintWith(L"default", 1, 1.0);
+  rule.m_unitSystem = {7, 2};
 
-  EXPECT_THAT(ChildrenOf(*WriteRuleRecord(&rule)), ElementsAre("Parameter 1", "Parameter 3"));
-  EXPECT_EQ(strange.writes, 0);
-  ASSERT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(messages_.messages[0].text, localized_->String(kvx::res::kIllegalParameterDataType).value_or(L"?"))
-      << "the shown language";
-  EXPECT_NE(messages_.messages[0].text, En(kvx::res::kIllegalParameterDataType));
-
-  messages_.messages.clear();
+  EXPECT_THAT(ChildrenOf(*WriteRuleRecord(&rule)), ElementsAre("Parameter 1", "Parameter 3", "Constraint default"));
+  EXPECT_EQ(messages_.messages.size(), 1u);
   EXPECT_EQ(WriteRuleParameter(&rule, 1), nullptr);
-  EXPECT_EQ(messages_.messages.size(), 1u) << "the single-parameter writer reports it too";
+  EXPECT_EQ(messages_.messages.size(), 2u) << "the single-parameter writer reports it too";
   EXPECT_EQ(WriteRuleParameter(&rule, 3), nullptr);
   EXPECT_EQ(WriteRuleParameter(&rule, -1), nullptr);
+  ReadRuleRecord(&rule, LoadRule(R"(<RuleSet Unit="3" AngularUnit="1"><Rule Name="R" Status="2">
+      <Parameter Type="1"><Value>10</Value></Parameter><Parameter Type="3"><Value>30</Value></Parameter>
+      <Constraint Type="1" Value="read" Status="0"/></Rule></RuleSet>)").get());
+  EXPECT_EQ(rule.Describe(), "R | 2 -1 -1 |  |  |  | H/D <= 2.0 9 | units 7 2 | populated false 0");
+  EXPECT_THAT(rule.ValuesOf(1), ElementsAre(1.0, 10.0));
+  EXPECT_THAT(rule.ValuesOf(3), ElementsAre(3.0));
+  EXPECT_THAT(rule.ConstraintsWith(1), ElementsAre("default 1 true: 1"));
+  EXPECT_EQ(strange.writes + strange.reads, 0);
+  ASSERT_EQ(messages_.messages.size(), 3u);
+  for (const auto& message : messages_.messages) EXPECT_EQ(message.text, illegal);
 }
 
 TEST_F(RuleRecordTest, NullArgumentsAndNoDocumentDoNothing) {
@@ -219,31 +229,6 @@ TEST_F(RuleRecordTest, ReadsIdentityAndStateButNotSummaryOrCategory) {
     ReadRuleRecord(&rule, LoadRule(record).get());
     EXPECT_EQ(rule.Describe(), expected);
   }
-}
-
-TEST_F(RuleRecordTest, AnIllegalValueTypeAbandonsTheRestOfTheRecord) {
-  const auto element = LoadRule(R"(
-    <RuleSet Unit="3" AngularUnit="1"><Rule Name="R" Status="2">
-      <Parameter Type="1"><Value>10</Value></Parameter>
-      <Parameter Type="3"><Value>30</Value></Parameter>
-      <Constraint Type="1" Value="read" Status="0"/>
-    </Rule></RuleSet>)");
-  TestRule rule;
-  rule.AddDouble(1, {});
-  StrangeParameter& strange = rule.AddStrange(2);
-  rule.AddDouble(3, {});
-  rule.AddConstraintWith(L"default", 1, 1.0);
-  rule.m_unitSystem = {7, 2};
-  ReadRuleRecord(&rule, element.get());
-
-  EXPECT_EQ(rule.Describe(), "R | 2 -1 -1 |  |  |  | H/D <= 2.0 9 | units 7 2 | populated false 0")
-      << "the attributes come first";
-  EXPECT_THAT(rule.ValuesOf(1), ElementsAre(10.0));
-  EXPECT_EQ(strange.reads, 0);
-  EXPECT_THAT(rule.ValuesOf(3), IsEmpty());
-  EXPECT_THAT(rule.ConstraintsWith(1), ElementsAre("default 1 true: 1"));
-  ASSERT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(messages_.messages[0].text, En(kvx::res::kIllegalParameterDataType));
 }
 
 // Read with the record, constraints are matched by position, not by name, and only when the counts agree (a
