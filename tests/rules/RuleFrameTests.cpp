@@ -114,12 +114,11 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
                                           ConstraintXml("Default", ParamXml(2347, 8, 2.5) + ParamXml(2348, 8, 3.0)) +
                                           "</Rule></RuleSet>")
                                       .get());
-  EXPECT_EQ(Values(rule, 2347), std::vector<double>{2.0});  // the record has none for it: the factory value
-  EXPECT_EQ(Values(rule, 2348), std::vector<double>{3.0});
-  EXPECT_EQ(rule.m_lRuleSeverity, 4);
-  EXPECT_EQ(rule.m_lRuleStatus, -1);  // no "Status" on the record
-  ASSERT_EQ(rule.Constraints().size(), 3u);
-  EXPECT_EQ(Values(rule, 2347, true), std::vector<double>{1.0});
+  // 2347: none in the record, the factory value; no "Status" on the record.
+  EXPECT_EQ(Describe(rule),
+            "severity 4 status -1: 2347:5 5/8 true [2] 2348:8 5/8 true [3] | default 2347:5 5/8 true [1] "
+            "2348:5 5/8 true [1.5] | ABS 2347:5 5/8 true [8] 2348:5 5/8 true [8] | Default 2347:8 5/8 true [2.5] "
+            "2348:8 5/8 true [3]");
   // The last constraint called "Default", ignoring case, is shown; a value of 3 prints as 3.0.
   EXPECT_EQ(rule.m_csSummary, Format(2346, OrEqual(), L"2.5", OrEqual(), L"3.0"));
 
@@ -127,9 +126,9 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
   rule.PopulateParametersFromXML(LoadRule("<Rule>" + ParamXml(2347, 5, 2.2) + ParamXml(2348, 5, 4.4) +
                                           ConstraintXml("Default", ParamXml(2347, 8, 1.1)) + "</Rule>")
                                      .get());
-  ASSERT_EQ(rule.Constraints().size(), 1u);
-  EXPECT_EQ(Values(rule, 2347, true), std::vector<double>{1.1});
-  EXPECT_EQ(Values(rule, 2348, true), std::vector<double>{4.0}) << "none in the record: the factory value";
+  // 2348 of the constraint: none in the record, the factory value.
+  EXPECT_EQ(Describe(rule), "severity -1 status -1: 2347:5 5/8 true [2.2] 2348:5 5/8 true [4.4] | Default 2347:8 5/8 "
+                            "true [1.1] 2348:5 5/8 true [4]");
 
   rule.m_bKeepDefaultConstraints = false;
   rule.m_csSummary = L"as it was";
