@@ -1,18 +1,13 @@
 // The rule record: the "Rule" element written from a rule and read back into one, with its kept
 // asymmetries (summary and category are written but never read), the parameter walk and its
 // illegal-type stop, position-matched constraints and the units taken from the rule set.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "../support/ModuleFixture.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/module/RuleRecordXml.h"
 #include "kvx/params/TypedParamStorage.h"
-#include "kvx/platform/Resources.h"
 #include "kvx/res/StringIds.h"
 
 namespace {
@@ -20,6 +15,7 @@ using kvx::module::ReadRuleConstraints;
 using kvx::module::ReadRuleRecord;
 using kvx::module::WriteRuleParameter;
 using kvx::module::WriteRuleRecord;
+using kvx::platform::Narrow;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -55,25 +51,39 @@ class TestRule final : public CKvxRule {
     m_lRuleSeverity = 3;
   }
 
-  CKvxParamStorage& AddDouble(long id, std::vector<double> values, KvxParamType_e kind = 8) {
+  void AddDouble(long id, std::vector<double> values, KvxParamType_e kind = 8) {
     auto parameter = CreateParamStorageObject(KVX_TYPE_DOUBLE, id, KVX_OP_LESS_EQUAL, kind, true, false);
     *parameter->GetDoubleValues() = std::move(values);
     AddParameter(std::move(parameter));
-    return *m_paramArray.back();
   }
   StrangeParameter& AddStrange(long id) {
     AddParameter(std::make_unique<StrangeParameter>(id));
     return static_cast<StrangeParameter&>(*m_paramArray.back());
   }
-  CKVXConstraint& AddConstraintWith(const std::wstring& name, long id, double value) {
+  void AddConstraintWith(const std::wstring& name, long id, double value) {
     auto constraint = CreateConstraintObject(1, name, true);
     auto parameter = CreateParamStorageObject(KVX_TYPE_DOUBLE, id, KVX_OP_LESS_EQUAL, 8, true, false);
     *parameter->GetDoubleValues() = {value};
     constraint->AddParameter(std::move(parameter));
     AddConstraint(std::move(constraint));
-    return *m_constraintArray.back();
   }
   std::vector<double> ValuesOf(long id) const { return *FindParameterInArray(id)->GetDoubleValues(); }
+  // Each constraint as "name type status: values of `id`".
+  std::vector<std::string> ConstraintsWith(long id) const {
+    std::vector<std::string> lines;
+    for (const auto& c : m_constraintArray) {
+      lines.push_back(fmt::format("{} {} {}: {}", Narrow(c->csName), c->iType, c->bStatus,
+                                  fmt::join(*c->FindParameterInArray(id)->GetDoubleValues(), ",")));
+    }
+    return lines;
+  }
+  // Everything reading the record may set, as one line.
+  std::string Describe() const {
+    return fmt::format("{} | {} {} {} | {} | {} | {} | {} {} | units {} {} | populated {} {}", Narrow(m_csRuleName),
+                       m_lRuleStatus, m_lLifeStatus, m_lRuleSeverity, Narrow(m_csModuleName), Narrow(m_csRuleModule),
+                       Narrow(m_csRuleModuleFile), Narrow(m_csSummary), Narrow(m_csCategoryText),
+                       m_unitSystem.iLengthUnit, m_unitSystem.iAngleUnit, m_bPopulated, postPopulateCalls);
+  }
 
   void PostPopulate() override { ++postPopulateCalls; }
   int postPopulateCalls = 0;
@@ -85,6 +95,9 @@ class TestRule final : public CKvxRule {
     return kvx::params::MakeParamStorage(valueType, id, op, paramType, firstFlag, secondFlag);
   }
 };
+const std::string kUntouched =
+    R"(Hole depth to diameter | 1 0 3 | KvxIMRulesValidator | KVXIMRules | C:\Program Files\Korvex\AddIns\)"
+    R"(KVXIMRulesu.dll | H/D <= 2.0 9 | units 0 0 | populated false 0)";
 
 // The element's attributes as one line, in their order.
 std::string AttributesOf(const KvxXMLNode& element) {
@@ -110,7 +123,7 @@ class RuleRecordTest : public kvx::test::ModuleFixture {};
 // --- writing ----------------------------------------------------------------------------------------
 
 // Parameters of kinds 0 and 12 are never written by the record; the single-parameter writer leaves the
-// choice to its caller.
+// choice to its caller. Negative codes are written as they are; a file name loses all up to its last backslash.
 TEST_F(RuleRecordTest, WritesAttributesInOrderThenParametersThenConstraints) {
   TestRule rule;
   rule.AddConstraintWith(L"ABS", 2468, 3.0);
@@ -129,47 +142,52 @@ TEST_F(RuleRecordTest, WritesAttributesInOrderThenParametersThenConstraints) {
             R"( Severity="3" RuleCategory="9")");
   EXPECT_THAT(ChildrenOf(*element), ElementsAre("Parameter 2468", "Parameter 2517", "Constraint ABS", "Constraint PC"));
   EXPECT_TRUE(WriteRuleParameter(&rule, 2));
-
   const auto constraint = element->GetNodeList(L"Constraint")->GetItem(1);
   EXPECT_EQ(AttributesOf(*constraint), R"(Type="1" Value="PC" Status="1")");
   EXPECT_THAT(ChildrenOf(*constraint), ElementsAre("Parameter 2468"));
-}
 
-TEST_F(RuleRecordTest, NegativeCodesAndFileNamesWithoutBackslash) {
   const std::pair<std::wstring, std::string> files[] = {
       {L"/opt/korvex/libKVXIMRulesu.so", "/opt/korvex/libKVXIMRulesu.so"}, {L"C:\\AddIns\\", ""}, {L"", ""}};
   for (const auto& [stored, written] : files) {
-    TestRule rule;
     rule.m_csRuleModuleFile = stored;
     rule.m_lRuleStatus = -1;
     rule.m_lRuleSeverity = -2147483647 - 1;
-    const auto element = WriteRuleRecord(&rule);
-    EXPECT_EQ(element->Raw().attribute("RuleModuleFileName").value(), written);
-    EXPECT_STREQ(element->Raw().attribute("Status").value(), "-1");
-    EXPECT_STREQ(element->Raw().attribute("Severity").value(), "-2147483648");
+    const auto raw = WriteRuleRecord(&rule)->Raw();
+    EXPECT_EQ(raw.attribute("RuleModuleFileName").value(), written);
+    EXPECT_STREQ(raw.attribute("Status").value(), "-1");
+    EXPECT_STREQ(raw.attribute("Severity").value(), "-2147483648");
   }
 }
 
-TEST_F(RuleRecordTest, AnIllegalValueTypeIsReportedAndTheWalkGoesOn) {
+// Reported in the shown language each time; writing goes on without it, reading abandons the rest of the
+// record (after the attributes), leaving the units and the populated flag alone.
+TEST_F(RuleRecordTest, AnIllegalValueTypeIsReportedAndStopsOnlyTheReading) {
   UseLocalizedLanguage("german");
+  const std::wstring illegal = localized_->String(kvx::res::kIllegalParameterDataType).value_or(L"?");
+  EXPECT_NE(illegal, En(kvx::res::kIllegalParameterDataType));
   TestRule rule;
   rule.AddDouble(1, {1.0});
   StrangeParameter& strange = rule.AddStrange(2);
   rule.AddDouble(3, {3.0});
+  rule.AddConstraintWith(L"default", 1, 1.0);
+  rule.m_unitSystem = {7, 2};
 
-  const auto element = WriteRuleRecord(&rule);
-  EXPECT_THAT(ChildrenOf(*element), ElementsAre("Parameter 1", "Parameter 3"));
-  EXPECT_EQ(strange.writes, 0);
-  ASSERT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(messages_.messages[0].text, localized_->String(kvx::res::kIllegalParameterDataType).value_or(L"?"))
-      << "the shown language";
-  EXPECT_NE(messages_.messages[0].text, En(kvx::res::kIllegalParameterDataType));
-
-  messages_.messages.clear();
+  EXPECT_THAT(ChildrenOf(*WriteRuleRecord(&rule)), ElementsAre("Parameter 1", "Parameter 3", "Constraint default"));
+  EXPECT_EQ(messages_.messages.size(), 1u);
   EXPECT_EQ(WriteRuleParameter(&rule, 1), nullptr);
-  EXPECT_EQ(messages_.messages.size(), 1u) << "the single-parameter writer reports it too";
+  EXPECT_EQ(messages_.messages.size(), 2u) << "the single-parameter writer reports it too";
   EXPECT_EQ(WriteRuleParameter(&rule, 3), nullptr);
   EXPECT_EQ(WriteRuleParameter(&rule, -1), nullptr);
+  ReadRuleRecord(&rule, LoadRule(R"(<RuleSet Unit="3" AngularUnit="1"><Rule Name="R" Status="2">
+      <Parameter Type="1"><Value>10</Value></Parameter><Parameter Type="3"><Value>30</Value></Parameter>
+      <Constraint Type="1" Value="read" Status="0"/></Rule></RuleSet>)").get());
+  EXPECT_EQ(rule.Describe(), "R | 2 -1 -1 |  |  |  | H/D <= 2.0 9 | units 7 2 | populated false 0");
+  EXPECT_THAT(rule.ValuesOf(1), ElementsAre(1.0, 10.0));
+  EXPECT_THAT(rule.ValuesOf(3), ElementsAre(3.0));
+  EXPECT_THAT(rule.ConstraintsWith(1), ElementsAre("default 1 true: 1"));
+  EXPECT_EQ(strange.writes + strange.reads, 0);
+  ASSERT_EQ(messages_.messages.size(), 3u);
+  for (const auto& message : messages_.messages) EXPECT_EQ(message.text, illegal);
 }
 
 TEST_F(RuleRecordTest, NullArgumentsAndNoDocumentDoNothing) {
@@ -179,9 +197,9 @@ TEST_F(RuleRecordTest, NullArgumentsAndNoDocumentDoNothing) {
   const auto element = LoadRule(R"(<RuleSet><Rule Name="R" Status="2"/></RuleSet>)");
   ReadRuleRecord(&rule, nullptr);
   ReadRuleRecord(nullptr, element.get());
-  EXPECT_EQ(rule.m_lRuleStatus, 1);
-  EXPECT_EQ(rule.postPopulateCalls, 0);
-  EXPECT_FALSE(rule.m_bPopulated);
+  ReadRuleConstraints(&rule, nullptr);
+  ReadRuleConstraints(nullptr, element.get());
+  EXPECT_EQ(rule.Describe(), kUntouched);
   EXPECT_EQ(WriteRuleParameter(nullptr, 0), nullptr);
   EXPECT_EQ(WriteRuleRecord(nullptr), nullptr);
   context_.xmlDocument = nullptr;
@@ -193,114 +211,55 @@ TEST_F(RuleRecordTest, NullArgumentsAndNoDocumentDoNothing) {
 // --- reading ----------------------------------------------------------------------------------------
 
 // Summary and category are written but never read: the constructor's texts win over the saved ones.
-// Absent or unreadable integers become -1, absent texts empty.
+// Absent or unreadable integers become -1 ("%ld" reads a leading number), absent texts empty; the file name
+// is stored as the attribute holds it; the units come from the rule set.
 TEST_F(RuleRecordTest, ReadsIdentityAndStateButNotSummaryOrCategory) {
-  const auto element = LoadRule(R"(
-    <RuleSet Unit="3" AngularUnit="1">
-      <Rule Name="Saved name" Status="2" LifeStatus="5" Summary="saved summary" Module="KVXIMRULESVALIDATOR"
-            RuleModule="Saved module" RuleModuleFileName="D:\old\KVXIMRulesu.dll" Severity="4" RuleCategory="77"/>
-    </RuleSet>)");
-  TestRule rule;
-  ReadRuleRecord(&rule, element.get());
-  EXPECT_EQ(rule.m_csRuleName, L"Saved name");
-  EXPECT_EQ(rule.m_lRuleStatus, 2);
-  EXPECT_EQ(rule.m_lLifeStatus, 5);
-  EXPECT_EQ(rule.m_lRuleSeverity, 4);
-  EXPECT_EQ(rule.m_csModuleName, L"KVXIMRULESVALIDATOR");
-  EXPECT_EQ(rule.m_csRuleModule, L"Saved module");
-  EXPECT_EQ(rule.m_csRuleModuleFile, L"D:\\old\\KVXIMRulesu.dll") << "stored as the attribute holds it";
-  EXPECT_EQ(rule.m_csSummary, L"H/D <= 2.0");
-  EXPECT_EQ(rule.m_csCategoryText, L"9");
-  EXPECT_EQ(rule.m_unitSystem.iLengthUnit, 3);
-  EXPECT_EQ(rule.m_unitSystem.iAngleUnit, 1);
-  EXPECT_TRUE(rule.m_bPopulated);
-  EXPECT_EQ(rule.postPopulateCalls, 1);
-
-  TestRule unreadable;
-  ReadRuleRecord(&unreadable, LoadRule(R"(<RuleSet><Rule Status="abc" Severity="12abc"/></RuleSet>)").get());
-  EXPECT_EQ(unreadable.m_lRuleStatus, -1);
-  EXPECT_EQ(unreadable.m_lLifeStatus, -1);
-  EXPECT_EQ(unreadable.m_lRuleSeverity, 12) << "\"%ld\" reads the leading number";
-  EXPECT_EQ(unreadable.m_csRuleName, L"");
-  EXPECT_EQ(unreadable.m_unitSystem.iLengthUnit, 0) << "no units on the rule set";
+  const std::pair<std::string, std::string> cases[] = {
+      {R"(<RuleSet Unit="3" AngularUnit="1">
+            <Rule Name="Saved name" Status="2" LifeStatus="5" Summary="saved summary" Module="KVXIMRULESVALIDATOR"
+                  RuleModule="Saved module" RuleModuleFileName="D:\old\KVXIMRulesu.dll" Severity="4" RuleCategory="77"/>
+          </RuleSet>)",
+       R"(Saved name | 2 5 4 | KVXIMRULESVALIDATOR | Saved module | D:\old\KVXIMRulesu.dll | H/D <= 2.0 9)"
+       R"( | units 3 1 | populated true 1)"},
+      {R"(<RuleSet><Rule Status="abc" Severity="12abc"/></RuleSet>)",
+       " | -1 -1 12 |  |  |  | H/D <= 2.0 9 | units 0 0 | populated true 1"},
+  };
+  for (const auto& [record, expected] : cases) {
+    TestRule rule;
+    ReadRuleRecord(&rule, LoadRule(record).get());
+    EXPECT_EQ(rule.Describe(), expected);
+  }
 }
 
-TEST_F(RuleRecordTest, AnIllegalValueTypeAbandonsTheRestOfTheRecord) {
-  const auto element = LoadRule(R"(
-    <RuleSet Unit="3" AngularUnit="1"><Rule Name="R" Status="2">
-      <Parameter Type="1"><Value>10</Value></Parameter>
-      <Parameter Type="3"><Value>30</Value></Parameter>
-      <Constraint Type="1" Value="read" Status="0"/>
-    </Rule></RuleSet>)");
-  TestRule rule;
-  rule.AddDouble(1, {});
-  StrangeParameter& strange = rule.AddStrange(2);
-  rule.AddDouble(3, {});
-  rule.AddConstraintWith(L"default", 1, 1.0);
-  rule.m_unitSystem = {7, 2};
-  ReadRuleRecord(&rule, element.get());
-
-  EXPECT_EQ(rule.m_lRuleStatus, 2) << "the attributes come first";
-  EXPECT_THAT(rule.ValuesOf(1), ElementsAre(10.0));
-  EXPECT_EQ(strange.reads, 0);
-  EXPECT_THAT(rule.ValuesOf(3), IsEmpty());
-  EXPECT_EQ(rule.Constraints()[0]->csName, L"default");
-  EXPECT_EQ(rule.m_unitSystem.iLengthUnit, 7);
-  EXPECT_EQ(rule.m_unitSystem.iAngleUnit, 2);
-  EXPECT_FALSE(rule.m_bPopulated);
-  EXPECT_EQ(rule.postPopulateCalls, 0);
-  ASSERT_EQ(messages_.messages.size(), 1u);
-  EXPECT_EQ(messages_.messages[0].text, En(kvx::res::kIllegalParameterDataType));
-}
-
+// Read with the record, constraints are matched by position, not by name, and only when the counts agree (a
+// mismatch is silent); read alone, every constraint reads the one element given.
 TEST_F(RuleRecordTest, ConstraintsAreMatchedByPositionOnlyWhenTheCountsAgree) {
-  const std::string two = R"(
+  LoadRule(R"(
     <RuleSet><Rule Name="R">
       <Constraint Type="1" Value="PP" Status="0"><Parameter Type="5"><Value>11</Value></Parameter></Constraint>
-      <Constraint Type="1" Value="ABS" Status="1"><Parameter Type="5"><Value>22</Value></Parameter></Constraint>
-    </Rule></RuleSet>)";
-  TestRule matched;
-  matched.AddDouble(3000, {4.0});
-  matched.AddConstraintWith(L"ABS", 5, 1.0);
-  matched.AddConstraintWith(L"PP", 5, 2.0);
-  ReadRuleRecord(&matched, LoadRule(two).get());
-  EXPECT_THAT(matched.ValuesOf(3000), ElementsAre(4.0)) << "one the record lacks keeps its values";
-  EXPECT_EQ(matched.Constraints()[0]->csName, L"PP") << "by position, not by name";
-  EXPECT_FALSE(matched.Constraints()[0]->bStatus);
-  EXPECT_THAT(*matched.Constraints()[0]->FindParameterInArray(5)->GetDoubleValues(), ElementsAre(1.0, 11.0));
-  EXPECT_EQ(matched.Constraints()[1]->csName, L"ABS");
-
-  for (int count : {1, 3}) {
+      <Constraint Type="2" Value="ABS" Status="1"><Parameter Type="5"><Value>22</Value></Parameter></Constraint>
+    </Rule></RuleSet>)");
+  const auto record = root_->SelectSingleNode(L"Rule");
+  for (int count : {1, 2, 3}) {
     SCOPED_TRACE("constraints in the rule: " + std::to_string(count));
-    TestRule mismatched;
-    for (int i = 0; i < count; ++i) mismatched.AddConstraintWith(L"default" + std::to_wstring(i), 5, 1.0);
-    ReadRuleRecord(&mismatched, LoadRule(two).get());
-    for (const auto& constraint : mismatched.Constraints()) {
-      EXPECT_EQ(constraint->csName.substr(0, 7), L"default");
-      EXPECT_THAT(*constraint->FindParameterInArray(5)->GetDoubleValues(), ElementsAre(1.0));
+    TestRule rule;
+    rule.AddDouble(3000, {4.0});
+    for (int i = 0; i < count; ++i) rule.AddConstraintWith(L"default" + std::to_wstring(i), 5, 1.0);
+    ReadRuleRecord(&rule, record.get());
+    EXPECT_THAT(rule.ValuesOf(3000), ElementsAre(4.0)) << "one the record lacks keeps its values";
+    if (count == 2) {
+      EXPECT_THAT(rule.ConstraintsWith(5), ElementsAre("PP 1 false: 1,11", "ABS 2 true: 1,22"));
+    } else {
+      for (const std::string& line : rule.ConstraintsWith(5)) EXPECT_THAT(line, ::testing::EndsWith(" 1 true: 1"));
     }
-    EXPECT_TRUE(mismatched.m_bPopulated) << "a mismatch is silent";
-    EXPECT_EQ(mismatched.postPopulateCalls, 1);
+    EXPECT_TRUE(rule.m_bPopulated);
+    EXPECT_EQ(rule.postPopulateCalls, 1);
+
+    ReadRuleConstraints(&rule, record->SelectSingleNode(L"Constraint").get());
+    EXPECT_EQ(rule.postPopulateCalls, 1);
+    for (const std::string& line : rule.ConstraintsWith(5)) EXPECT_THAT(line, ::testing::StartsWith("PP 1 false: "));
   }
   EXPECT_THAT(messages_.messages, IsEmpty());
-}
-
-TEST_F(RuleRecordTest, ReadingConstraintsAloneHasNoCountCheck) {
-  LoadRule(R"(
-    <RuleSet><Rule/><Constraint Type="2" Value="ALL" Status="0"><Parameter Type="5"><Value>9</Value></Parameter></Constraint></RuleSet>)");
-  TestRule rule;
-  rule.AddConstraintWith(L"first", 5, 1.0);
-  rule.AddConstraintWith(L"second", 5, 2.0);
-  const auto constraint = root_->SelectSingleNode(L"Constraint");
-  ReadRuleConstraints(&rule, constraint.get());
-  for (const auto& each : rule.Constraints()) {
-    EXPECT_EQ(each->csName, L"ALL");
-    EXPECT_EQ(each->iType, 2);
-    EXPECT_EQ(each->FindParameterInArray(5)->GetDoubleValues()->back(), 9.0);
-  }
-  EXPECT_EQ(rule.postPopulateCalls, 0);
-  ReadRuleConstraints(&rule, nullptr);
-  ReadRuleConstraints(nullptr, constraint.get());
 }
 
 }  // namespace

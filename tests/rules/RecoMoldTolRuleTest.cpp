@@ -1,5 +1,6 @@
 // The recommended moulding tolerance rule: its table from the database text, from a rule record, through the
 // XML round trip and through unit changes, and the lookup of the real database library.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <array>
@@ -11,16 +12,14 @@
 #include "../support/ScopedEnv.h"
 #include "kvx/params/TypedParamStorage.h"
 #include "kvx/platform/Paths.h"
-#include "kvx/platform/Text.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
 #include "kvx/rules/RecoMoldTolDatabase.h"
 
 namespace {
 
+using kvx::platform::Narrow;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Names = std::vector<std::wstring>;
-using Rows = std::vector<std::array<double, 4>>;  // over, upto, A, B
 
 class TableCollector final : public kvx_db::IDatabaseCollector {
  public:
@@ -32,42 +31,33 @@ class TableCollector final : public kvx_db::IDatabaseCollector {
   bool succeeds = true;
 };
 
-// Names of the materials in list order; only those whose `flag` is set when one is given.
-Names MaterialNames(const CKvxRule& rule, bool CKVXConstraint::*flag = nullptr) {
-  Names names;
+// Names of the materials in list order; only the active ones when asked.
+std::vector<std::wstring> MaterialNames(const CKvxRule& rule, bool activeOnly = false) {
+  std::vector<std::wstring> names;
   for (const auto& constraint : rule.Constraints()) {
-    if (!flag || (*constraint).*flag) names.push_back(constraint->csName);
+    if (!activeOnly || constraint->bStatus) names.push_back(constraint->csName);
   }
   return names;
 }
-constexpr auto kActive = &CKVXConstraint::bStatus;
-constexpr auto kSecondFlag = &CKVXConstraint::bSecondFlag;
-constexpr RuleUnitSystemStructure kMillimetres{KVX_UNIT_MM, KVX_ANGLE_DEGREE};
-constexpr RuleUnitSystemStructure kInches{KVX_UNIT_INCH, KVX_ANGLE_DEGREE};
-
-Rows RowsOf(const CKvxRule& rule, size_t material) {
-  Rows rows;
-  for (const ToleranceRow& r : CKVXRecoMoldTolRule::RowsOf(*rule.Constraints().at(material))) {
-    rows.push_back({r.dOver, r.dUpto, r.dAVal, r.dBVal});
-  }
-  return rows;
+std::array<double, 4> Row(const CKvxRule& rule, size_t material, size_t row) {
+  const ToleranceRow r = CKVXRecoMoldTolRule::RowsOf(*rule.Constraints().at(material)).at(row);
+  return {r.dOver, r.dUpto, r.dAVal, r.dBVal};
 }
-std::vector<double> Column(const CKVXConstraint& constraint, long id) {
-  std::vector<double>* values = kvx::params::DoubleValues(constraint.FindParameterInArray(id));
-  return values ? *values : std::vector<double>{};
-}
-
-// Same materials with the same four columns, value by value within `tolerance`.
-void ExpectSameTable(const CKvxRule& actual, const CKvxRule& expected, double tolerance) {
-  ASSERT_EQ(MaterialNames(actual), MaterialNames(expected));
-  for (size_t m = 0; m < expected.Constraints().size(); ++m) {
-    for (long id : {2517L, 2518L, 2519L, 2520L}) {
-      EXPECT_THAT(Column(*actual.Constraints()[m], id),
-                  ::testing::Pointwise(::testing::DoubleNear(tolerance), Column(*expected.Constraints()[m], id)))
-          << "material " << m << ", column " << id;
+// The table as one line: each material's name, "+" when active, "^" when it has the second flag, then its
+// rows as "over-upto:A/B" (to nine digits).
+std::string Describe(const CKvxRule& rule, bool flags = true) {
+  std::string line;
+  for (const auto& material : rule.Constraints()) {
+    line += (line.empty() ? "" : "; ") + Narrow(material->csName);
+    if (flags) line += std::string(material->bStatus ? "+" : "") + (material->bSecondFlag ? "^" : "");
+    for (const ToleranceRow& r : CKVXRecoMoldTolRule::RowsOf(*material)) {
+      line += fmt::format(" {:.9g}-{:.9g}:{:.9g}/{:.9g}", r.dOver, r.dUpto, r.dAVal, r.dBVal);
     }
   }
+  return line;
 }
+constexpr RuleUnitSystemStructure kMillimetres{KVX_UNIT_MM, KVX_ANGLE_DEGREE};
+constexpr RuleUnitSystemStructure kInches{KVX_UNIT_INCH, KVX_ANGLE_DEGREE};
 
 class RecoMoldTolTest : public kvx::test::ModuleFixture {
  protected:
@@ -93,70 +83,53 @@ class RecoMoldTolTest : public kvx::test::ModuleFixture {
     rule->PopulateParametersFromXML(node);
     return rule;
   }
-  size_t OverIsEmptyMessages() const {
-    return std::ranges::count_if(messages_.messages, [](const auto& m) { return m.text == L"Over is empty"; });
-  }
 
   TableCollector collector_;
   bool collectorPresent_ = true;
 };
 
-// Materials sorted by their characters, only the default material (found in any case) active; records
-// without a material ignored; a missing Over drops only a material's first row and is reported.
+// Materials sorted by their characters, only the default material (found in any case) active, the first one
+// flagged; records without a material ignored; a missing Over drops only a material's first row and is reported.
 TEST_F(RecoMoldTolTest, TableTextBecomesMaterialsAndRows) {
-  struct Case {
-    std::wstring table;
-    Names names, active, second;
-    std::vector<Rows> rows;
-    size_t overIsEmpty;
+  const std::tuple<std::wstring, std::string, size_t> cases[] = {
+      {L"AISI_304,0,10,0.1,0.002;ABS,0,10,0.2,0.003", "ABS^ 0-10:0.2/0.003; AISI_304+ 0-10:0.1/0.002", 0},
+      {L"pc,0,1,1,1;aisi_304,0,1,1,1;PS,0,1,1,1", "PS^ 0-1:1/1; aisi_304+ 0-1:1/1; pc 0-1:1/1", 0},
+      {L"PC,0,3,0.19,0.09;PS,0,1,1,1;PC,3,6,0.2,0.1,ignored", "PC^ 0-3:0.19/0.09 3-6:0.2/0.1; PS 0-1:1/1", 0},
+      {L"-1,0,10,0.1,0.1;ABS,0,10,0.2,0.003;,,,,;;", "ABS^ 0-10:0.2/0.003", 0},
+      {L"PC,-1,5,1,1", "PC^", 1},
+      {L"PC,0,5,0.1,0.2;PC,-1,5,1,1", "PC^ 0-5:0.1/0.2 0-5:1/1", 1},
+      {L"PS;PS,0,1,1,1;PPE,-1.0", "PPE^; PS 0-1:1/1", 2},  // no Over at all
   };
-  const std::vector<Case> cases = {
-      {L"AISI_304,0,10,0.1,0.002;ABS,0,10,0.2,0.003", {L"ABS", L"AISI_304"}, {L"AISI_304"}, {L"ABS"},
-       {{{0, 10, 0.2, 0.003}}, {{0, 10, 0.1, 0.002}}}, 0},
-      {L"pc,0,1,1,1;aisi_304,0,1,1,1;PS,0,1,1,1", {L"PS", L"aisi_304", L"pc"}, {L"aisi_304"}, {L"PS"},
-       {{{0, 1, 1, 1}}, {{0, 1, 1, 1}}, {{0, 1, 1, 1}}}, 0},
-      {L"PC,0,3,0.19,0.09;PS,0,1,1,1;PC,3,6,0.2,0.1,ignored", {L"PC", L"PS"}, {}, {L"PC"},
-       {{{0, 3, 0.19, 0.09}, {3, 6, 0.2, 0.1}}, {{0, 1, 1, 1}}}, 0},
-      {L"-1,0,10,0.1,0.1;ABS,0,10,0.2,0.003;,,,,;;", {L"ABS"}, {}, {L"ABS"}, {{{0, 10, 0.2, 0.003}}}, 0},
-      {L"PC,-1,5,1,1", {L"PC"}, {}, {L"PC"}, {{}}, 1},
-      {L"PC,0,5,0.1,0.2;PC,-1,5,1,1", {L"PC"}, {}, {L"PC"}, {{{0, 5, 0.1, 0.2}, {0, 5, 1, 1}}}, 1},
-      {L"PS;PS,0,1,1,1;PPE,-1.0", {L"PPE", L"PS"}, {}, {L"PPE"}, {{}, {{0, 1, 1, 1}}}, 2},  // no Over at all
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(kvx::platform::Narrow(c.table));
+  for (const auto& [table, expected, overIsEmpty] : cases) {
+    SCOPED_TRACE(Narrow(table));
     messages_.messages.clear();
-    auto rule = RuleFromTable(c.table);
-    ASSERT_EQ(MaterialNames(*rule), c.names);
-    EXPECT_EQ(MaterialNames(*rule, kActive), c.active);
-    EXPECT_EQ(MaterialNames(*rule, kSecondFlag), c.second);
-    for (size_t m = 0; m < c.rows.size(); ++m) EXPECT_EQ(RowsOf(*rule, m), c.rows[m]) << m;
-    EXPECT_EQ(OverIsEmptyMessages(), c.overIsEmpty);
-    EXPECT_EQ(messages_.messages.size(), c.overIsEmpty);
+    auto rule = RuleFromTable(table);
+    EXPECT_EQ(Describe(*rule), expected);
+    EXPECT_EQ(messages_.messages.size(), overIsEmpty);
+    for (const auto& message : messages_.messages) EXPECT_EQ(message.text, L"Over is empty");
     EXPECT_EQ(rule->m_csSummary, En(2521));
     EXPECT_TRUE(rule->m_bInitialized && rule->Parameters().empty());
   }
 }
 
+// No collector, a failing query, an empty table, no application object.
 TEST_F(RecoMoldTolTest, NoUsableDatabaseOrApplicationLeavesAnEmptyTableSilently) {
-  collectorPresent_ = false;
-  auto noCollector = RuleFromTable(L"ABS,0,10,0.2,0.003");
-  EXPECT_THAT(MaterialNames(*noCollector), IsEmpty());
-  EXPECT_FALSE(noCollector->m_bInitialized);
-  collectorPresent_ = true;
-  collector_.succeeds = false;
-  EXPECT_THAT(MaterialNames(*RuleFromTable(L"ABS,0,10,0.2,0.003")), IsEmpty());
-  collector_.succeeds = true;
-  EXPECT_THAT(MaterialNames(*RuleFromTable(L"")), IsEmpty());
+  for (int failure = 0; failure < 4; ++failure) {
+    collectorPresent_ = failure != 0;
+    collector_.succeeds = failure != 1;
+    context_.applicationPresent = failure != 3;
+    auto rule = RuleFromTable(failure == 2 ? L"" : L"ABS,0,10,0.2,0.003");
+    EXPECT_THAT(MaterialNames(*rule), IsEmpty()) << failure;
+    EXPECT_TRUE(failure != 0 || !rule->m_bInitialized);
+    EXPECT_TRUE(failure != 3 || rule->m_iRuleId == 0);
+  }
   EXPECT_THAT(messages_.messages, IsEmpty());
-
-  context_.applicationPresent = false;
-  auto rule = RuleFromTable(L"ABS,0,10,0.2,0.003");
-  EXPECT_THAT(MaterialNames(*rule), IsEmpty());
-  EXPECT_EQ(rule->m_iRuleId, 0);
 }
 
-// Two materials written inactive, the first with an unknown kind.
-constexpr const char* kRecordWithInactiveMaterials = R"(<RuleSet Unit="0" AngularUnit="0">
+// A record loads every material active (here two written inactive, the first with an unknown kind) and
+// skips a constraint without Type, Value or Status; rereading replaces the rows.
+TEST_F(RecoMoldTolTest, RecordLoadsEveryMaterialActiveAndRereadingReplacesTheRows) {
+  auto node = LoadRule(R"(<RuleSet Unit="0" AngularUnit="0">
   <Rule Name="Recommended Moulding Tolerance" Status="0" Module="KvxIMRulesValidator" Severity="3">
     <Constraint Type="7" Value="PBT" Status="0">
       <Parameter Type="2517"><Operator>3</Operator><Value>0.000000</Value><Value>1.000000</Value></Parameter>
@@ -169,39 +142,26 @@ constexpr const char* kRecordWithInactiveMaterials = R"(<RuleSet Unit="0" Angula
       <Parameter Type="2519"><Value>0.1</Value></Parameter><Parameter Type="2520"><Value>0.1</Value></Parameter>
     </Constraint>
   </Rule>
-</RuleSet>)";
-
-TEST_F(RecoMoldTolTest, RecordLoadsEveryMaterialActiveAndRereadingReplacesTheRows) {
-  auto node = LoadRule(kRecordWithInactiveMaterials);
+</RuleSet>)");
   ASSERT_TRUE(node);
+  const std::string loaded = "PBT+ 0-1:0.18/0.08 1-3:0.19/0.09; AISI_304+ 3-6:0.1/0.1";
   auto rule = RuleFromNode(node.get());
-  EXPECT_THAT(MaterialNames(*rule, kActive), ElementsAre(L"PBT", L"AISI_304"));
-  EXPECT_THAT(MaterialNames(*rule, kSecondFlag), IsEmpty());
+  EXPECT_EQ(Describe(*rule), loaded);
   EXPECT_EQ(rule->Constraints()[0]->iType, 1);
-  EXPECT_EQ(RowsOf(*rule, 0), (Rows{{0, 1, 0.18, 0.08}, {1, 3, 0.19, 0.09}}));
   EXPECT_TRUE(rule->m_bPopulated);
   rule->PopulateParametersFromXML(node.get());
-  EXPECT_EQ(RowsOf(*rule, 0).size(), 2u);
-  EXPECT_EQ(RowsOf(*rule, 1).size(), 1u);
+  EXPECT_EQ(Describe(*rule), loaded);
 
   // With the defaults kept, the materials are rebuilt from the record; no record changes nothing.
   auto fromTable = RuleFromTable(L"ABS,0,10,0.2,0.003;PC,0,1,1,1");
   fromTable->m_bKeepDefaultConstraints = true;
   fromTable->PopulateParametersFromXML(node.get());
-  EXPECT_THAT(MaterialNames(*fromTable, kActive), ElementsAre(L"PBT", L"AISI_304"));
-  EXPECT_EQ(RowsOf(*fromTable, 0).size(), 2u);
+  EXPECT_EQ(Describe(*fromTable), loaded);
   fromTable->PopulateParametersFromXML(nullptr);
-  EXPECT_EQ(fromTable->Constraints().size(), 2u);
-  EXPECT_THAT(messages_.messages, IsEmpty());
-}
-
-TEST_F(RecoMoldTolTest, ConstraintWithoutTypeValueOrStatusIsSkipped) {
-  auto node = LoadRule(R"(<RuleSet><Rule Name="Recommended Moulding Tolerance" Module="KvxIMRulesValidator">
-    <Constraint Value="PC" Status="1"/><Constraint Type="1" Status="1"/><Constraint Type="1" Value="PS"/>
-    <Constraint Type="1" Value="PPE" Status="1"/></Rule></RuleSet>)");
-  ASSERT_TRUE(node);
-  CKVXRecoMoldTolRule rule(node.get());
-  EXPECT_THAT(MaterialNames(rule), ElementsAre(L"PPE"));
+  EXPECT_EQ(Describe(*fromTable), loaded);
+  node = LoadRule(R"(<RuleSet><Rule><Constraint Value="PC" Status="1"/><Constraint Type="1" Status="1"/>
+    <Constraint Type="1" Value="PS"/><Constraint Type="1" Value="PPE" Status="1"/></Rule></RuleSet>)");
+  EXPECT_EQ(Describe(CKVXRecoMoldTolRule(node.get())), "PPE+");
   EXPECT_THAT(messages_.messages, IsEmpty());
 }
 
@@ -213,36 +173,36 @@ TEST_F(RecoMoldTolTest, XmlRoundTripGivesBackEveryValue) {
   auto node = LoadRule(text);
   ASSERT_TRUE(node);
   auto reloaded = RuleFromNode(node.get());
-  ExpectSameTable(*reloaded, *original, 0.0);
-  EXPECT_THAT(MaterialNames(*reloaded, kActive), ElementsAre(L"ABS", L"AISI_304", L"PC"));
+  EXPECT_EQ(Describe(*reloaded, false), Describe(*original, false));
+  EXPECT_THAT(MaterialNames(*reloaded, true), ElementsAre(L"ABS", L"AISI_304", L"PC"));
   EXPECT_EQ(reloaded->m_lRuleSeverity, 3);
 }
 
-// A material lacking one of the four columns is passed over.
+// All four columns convert, and back; a material lacking one of them is passed over. The same length unit
+// keeps the values but stores the new codes.
 TEST_F(RecoMoldTolTest, UnitChangeConvertsAllFourColumnsAndBack) {
   const std::wstring table = L"ABS,0,1,0.18,0.08;ABS,250,315,1.1,1;AISI_304,3,6,0.1,0.1";
   auto rule = RuleFromTable(table);
   rule->UpdateRule(&kMillimetres, &kInches);
   EXPECT_EQ(rule->m_unitSystem.iLengthUnit, KVX_UNIT_INCH);
-  EXPECT_EQ(RowsOf(*rule, 0)[1], (std::array{250 / 25.4, 315 / 25.4, 1.1 / 25.4, 1 / 25.4}));
+  EXPECT_EQ(Row(*rule, 0, 1), (std::array{250 / 25.4, 315 / 25.4, 1.1 / 25.4, 1 / 25.4}));
   rule->UpdateRule(&kInches, &kMillimetres);
   EXPECT_EQ(rule->m_unitSystem.iLengthUnit, KVX_UNIT_MM);
-  ExpectSameTable(*rule, *RuleFromTable(table), 1e-12);
+  EXPECT_EQ(Describe(*rule), Describe(*RuleFromTable(table)));
   auto partial = rule->CreateConstraintObject(1, L"PARTIAL", false);
   auto over = rule->CreateParamStorageObject(KVX_TYPE_DOUBLE, 2517, KVX_OP_EQUAL, 1, true, false);
   over->GetDoubleValues()->push_back(25.4);
   partial->AddParameter(std::move(over));
   rule->AddConstraint(std::move(partial));
   rule->UpdateRule(&kMillimetres, &kInches);
-  EXPECT_THAT(Column(*rule->Constraints()[2], 2517), ElementsAre(25.4));
-  EXPECT_NEAR(RowsOf(*rule, 0)[1][0], 250 / 25.4, 1e-12) << "the others are converted all the same";
+  EXPECT_THAT(*rule->Constraints()[2]->FindParameterInArray(2517)->GetDoubleValues(), ElementsAre(25.4));
+  EXPECT_NEAR(Row(*rule, 0, 1)[0], 250 / 25.4, 1e-12) << "the others are converted all the same";
 
-  // The same length unit keeps the values but stores the new codes.
   const RuleUnitSystemStructure radians{KVX_UNIT_MM, KVX_ANGLE_RADIAN};
   auto fresh = RuleFromTable(table);
   fresh->UpdateRule(&kMillimetres, &radians);
   EXPECT_EQ(fresh->m_unitSystem.iAngleUnit, KVX_ANGLE_RADIAN);
-  EXPECT_EQ(RowsOf(*fresh, 0)[0], (std::array{0.0, 1.0, 0.18, 0.08}));
+  EXPECT_EQ(Row(*fresh, 0, 0), (std::array{0.0, 1.0, 0.18, 0.08}));
 }
 
 TEST_F(RecoMoldTolTest, EditRuleOpensTheRulesDialogWithItsPicture) {
@@ -275,10 +235,10 @@ TEST_F(RecoMoldTolTest, FactoryDatabaseLoadedBesideTheModuleGivesTheFactoryMater
   const std::wstring binFolder = kvx::platform::Widen(KVX_BIN_DIR);
   const std::wstring fileName = kvx::platform::LibraryFileName(L"KVXDatabaseu");
   const std::wstring libraryPath = kvx::platform::JoinPath(binFolder, fileName);
-  ASSERT_TRUE(std::filesystem::exists(kvx::platform::Narrow(libraryPath))) << "KVXDatabaseu is not built";
+  ASSERT_TRUE(std::filesystem::exists(Narrow(libraryPath))) << "KVXDatabaseu is not built";
 
   // A copy that nobody has loaded is not used: the rule never loads the library itself.
-  std::filesystem::copy_file(kvx::platform::Narrow(libraryPath), folder / kvx::platform::Narrow(fileName));
+  std::filesystem::copy_file(Narrow(libraryPath), folder / Narrow(fileName));
   const std::wstring copyFolder = kvx::platform::Widen(folder.string());
   kvx::rules::SetToleranceCollectorSource([&] { return kvx::rules::FindLoadedDatabaseCollector(copyFolder); });
   EXPECT_THAT(MaterialNames(CKVXRecoMoldTolRule(nullptr)), IsEmpty());
@@ -286,16 +246,17 @@ TEST_F(RecoMoldTolTest, FactoryDatabaseLoadedBesideTheModuleGivesTheFactoryMater
   kvx::rules::SetToleranceCollectorSource([&] { return kvx::rules::FindLoadedDatabaseCollector(binFolder); });
   std::wstring error;
   const auto library = kvx::platform::DynamicLibrary::Load(libraryPath, &error);
-  ASSERT_TRUE(library) << kvx::platform::Narrow(error);
+  ASSERT_TRUE(library) << Narrow(error);
   CKVXRecoMoldTolRule rule(nullptr);
   EXPECT_THAT(MaterialNames(rule), ElementsAre(L"ABS", L"AISI_304", L"PA6-GF30", L"PBT", L"PC", L"PPE", L"PS"));
-  EXPECT_THAT(MaterialNames(rule, kActive), ElementsAre(L"AISI_304"));
-  const Rows abs = RowsOf(rule, 0);
-  ASSERT_FALSE(abs.empty());
-  EXPECT_EQ(abs[0], (std::array{0.0, 1.0, 0.18, 0.08}));
+  EXPECT_THAT(MaterialNames(rule, true), ElementsAre(L"AISI_304"));
+  EXPECT_EQ(Row(rule, 0, 0), (std::array{0.0, 1.0, 0.18, 0.08}));
   // Every material gets all the bands of its group; all but AISI_304 share ABS's group.
-  EXPECT_FALSE(RowsOf(rule, 1).empty());
-  for (size_t m = 2; m < rule.Constraints().size(); ++m) EXPECT_EQ(RowsOf(rule, m).size(), abs.size()) << m;
+  const size_t bands = CKVXRecoMoldTolRule::RowsOf(*rule.Constraints()[0]).size();
+  EXPECT_FALSE(CKVXRecoMoldTolRule::RowsOf(*rule.Constraints()[1]).empty());
+  for (size_t m = 2; m < rule.Constraints().size(); ++m) {
+    EXPECT_EQ(CKVXRecoMoldTolRule::RowsOf(*rule.Constraints()[m]).size(), bands) << m;
+  }
   EXPECT_THAT(messages_.messages, IsEmpty());
   std::error_code ignored;
   std::filesystem::remove_all(folder, ignored);

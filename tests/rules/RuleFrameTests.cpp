@@ -1,10 +1,9 @@
-// The rule frame, once: identity and defaults of every rule, the default constraint, reading and writing,
-// editing and resource switching. The hole depth rule stands for the frame in its plainest form.
+// The rule frame, once: identity and defaults of every rule, the default constraint, writing with GetXML into
+// a rule set and reading back, what each rule does differently when it reads, editing and resource switching.
+// The hole depth rule stands for the frame in its plainest form.
 #include <gmock/gmock.h>
 
-
 #include "RuleTestSupport.h"
-#include "kvx/params/ModuleContext.h"
 
 namespace kvx::test {
 namespace {
@@ -69,6 +68,44 @@ TEST_F(RuleFrameTest, WithoutTheApplicationObjectOrTheWorkflowLessIsBuilt) {
   for (RuleFactory make : kAllRules) EXPECT_TRUE(make()->Constraints().empty() && !make()->GetMaterialStatus());
 }
 
+// Gives every value and operator a state other than the default, which the record must then carry.
+void Change(CKvxParamStorage& parameter, double factor) {
+  for (double& value : *kvx::params::DoubleValues(&parameter)) value = value * factor + 0.125;
+  const auto& options = parameter.operatorOptions;
+  parameter.iOperator = options.empty() || options.back() == parameter.iOperator ? long{KVX_OP_GREATER} : options.back();
+}
+
+// Unit texts follow the units of the rule set they are read from.
+TEST_F(RuleFrameTest, EveryRuleRoundTripsThroughTheDocument) {
+  for (bool workflow : {true, false}) {
+    SetMaterialWorkflow(workflow);
+    for (RuleFactory make : kAllRules) {
+      const RulePtr written = make();
+      SCOPED_TRACE(std::to_string(written->m_iRuleId) + (workflow ? " workflow on" : " workflow off"));
+      for (const auto& parameter : written->Parameters()) Change(*parameter, 1.5);
+      for (const auto& constraint : written->Constraints()) {
+        for (const auto& parameter : constraint->Parameters()) Change(*parameter, 2.0);
+      }
+      written->Parameters().front()->bStatus = false;
+      written->m_lRuleSeverity = 4;
+      const auto node = Save(*written);
+      std::wstring name;
+      node->GetAttributeValue(L"Name", name);
+      EXPECT_EQ(name, En(written->Definition().keyNameId));  // the spacing rule's 2610, not its display name
+      const RulePtr read = make();
+      read->PopulateParametersFromXML(node.get());
+      EXPECT_EQ(Describe(*read), Describe(*written));
+      EXPECT_EQ(read->m_csSummary, written->m_csSummary);
+
+      if (!workflow || written->Definition().parameters.front().unit == kvx::rules::UnitKind::None) continue;
+      read->PopulateParametersFromXML(Save(*written, R"(Unit="3" AngularUnit="1")").get());
+      const std::wstring unit = En(read->m_iRuleId == 12176 ? 2001 : 2010);
+      EXPECT_EQ(read->Parameters().front()->csUnit, unit);
+      EXPECT_THAT(read->m_csSummary, ::testing::HasSubstr(unit));
+    }
+  }
+}
+
 TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
   CKVXIMHoleDepthToDiaRule rule;
   rule.PopulateParametersFromXML(LoadRule(R"(<RuleSet><Rule Severity="4">)" + ParamXml(2348, 8, 3.0) +
@@ -77,12 +114,11 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
                                           ConstraintXml("Default", ParamXml(2347, 8, 2.5) + ParamXml(2348, 8, 3.0)) +
                                           "</Rule></RuleSet>")
                                       .get());
-  EXPECT_EQ(Values(rule, 2347), std::vector<double>{2.0});  // the record has none for it: the factory value
-  EXPECT_EQ(Values(rule, 2348), std::vector<double>{3.0});
-  EXPECT_EQ(rule.m_lRuleSeverity, 4);
-  EXPECT_EQ(rule.m_lRuleStatus, -1);  // no "Status" on the record
-  ASSERT_EQ(rule.Constraints().size(), 3u);
-  EXPECT_EQ(Values(rule, 2347, true), std::vector<double>{1.0});
+  // 2347: none in the record, the factory value; no "Status" on the record.
+  EXPECT_EQ(Describe(rule),
+            "severity 4 status -1: 2347:5 5/8 true [2] 2348:8 5/8 true [3] | default 2347:5 5/8 true [1] "
+            "2348:5 5/8 true [1.5] | ABS 2347:5 5/8 true [8] 2348:5 5/8 true [8] | Default 2347:8 5/8 true [2.5] "
+            "2348:8 5/8 true [3]");
   // The last constraint called "Default", ignoring case, is shown; a value of 3 prints as 3.0.
   EXPECT_EQ(rule.m_csSummary, Format(2346, OrEqual(), L"2.5", OrEqual(), L"3.0"));
 
@@ -90,9 +126,9 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
   rule.PopulateParametersFromXML(LoadRule("<Rule>" + ParamXml(2347, 5, 2.2) + ParamXml(2348, 5, 4.4) +
                                           ConstraintXml("Default", ParamXml(2347, 8, 1.1)) + "</Rule>")
                                      .get());
-  ASSERT_EQ(rule.Constraints().size(), 1u);
-  EXPECT_EQ(Values(rule, 2347, true), std::vector<double>{1.1});
-  EXPECT_EQ(Values(rule, 2348, true), std::vector<double>{4.0}) << "none in the record: the factory value";
+  // 2348 of the constraint: none in the record, the factory value.
+  EXPECT_EQ(Describe(rule), "severity -1 status -1: 2347:5 5/8 true [2.2] 2348:5 5/8 true [4.4] | Default 2347:8 5/8 "
+                            "true [1.1] 2348:5 5/8 true [4]");
 
   rule.m_bKeepDefaultConstraints = false;
   rule.m_csSummary = L"as it was";
@@ -102,16 +138,37 @@ TEST_F(RuleFrameTest, ReadingEmptiesTheValuesFirstAndReadsTheConstraintsOnce) {
   EXPECT_EQ(rule.m_csSummary, L"as it was");
 }
 
-TEST_F(RuleFrameTest, OnlyTheThroughHoleLimitHasItsOldValueLayoutNormalised) {
-  SetMaterialWorkflow(false);
-  CKVXIMHoleDepthToDiaRule rule;
-  Values(rule, 2347) = {1.0, 6.0};
-  Values(rule, 2348) = {0.0, 2.5, 3.0};
-  rule.BuildSummary();
-  EXPECT_EQ(Values(rule, 2347), (std::vector<double>{1.0, 6.0}));
-  EXPECT_EQ(Values(rule, 2348), (std::vector<double>{2.5, 3.0}));
-  EXPECT_FALSE(Param(rule, 2348).bStatus);
-  EXPECT_EQ(rule.m_csSummary, Format(2346, L"", L"1.0", L"", L"2.5"));
+// The rib reinforcement rule reads nothing while a constraint lacks a limit; the others pass over such a
+// constraint and read the record. The lip and clearance rules read no constraints.
+TEST_F(RuleFrameTest, RulesDifferInWhatTheyReadOfTheConstraints) {
+  CKVXIMRibReinforcementRule source;
+  Values(source, 2077) = {9.0};
+  const auto node = Save(source);
+  CKVXIMRibReinforcementRule rib;
+  auto incomplete = std::make_unique<CKVXConstraint>(1, L"Default", false);
+  incomplete->AddParameter(kvx::params::MakeParamStorage(KVX_TYPE_DOUBLE, 2077, KVX_OP_LESS_EQUAL, 1, false, false));
+  rib.AddConstraint(std::move(incomplete));
+  rib.m_csSummary = L"as it was";
+  rib.PopulateParametersFromXML(node.get());
+  EXPECT_EQ(Values(rib, 2077), std::vector<double>{5.0});
+  EXPECT_EQ(rib.Constraints().size(), 2u);
+  EXPECT_EQ(rib.m_csSummary, L"as it was");
+
+  CKVXIMHoleDepthToDiaRule holes;
+  holes.AddConstraint(std::make_unique<CKVXConstraint>(1, L"PA6", false));
+  Values(holes, 2347) = {9.0};
+  holes.PopulateParametersFromXML(Save(holes).get());
+  EXPECT_EQ(Values(holes, 2347), std::vector<double>{9.0});
+
+  for (RuleFactory make : {Make<KVXIMLipBottomRadiusRule>, Make<CKVXIMMinRibClearanceRule>}) {
+    const RulePtr rule = make();
+    const long id = rule->Parameters().front()->lId;
+    rule->PopulateParametersFromXML(
+        LoadRule("<Rule>" + ParamXml(id, 6, 1.25) + ConstraintXml("Default", ParamXml(id, 7, 7.0)) + "</Rule>").get());
+    EXPECT_EQ(Values(*rule, id), std::vector<double>{1.25});
+    EXPECT_TRUE(rule->Constraints().empty());
+    EXPECT_EQ(rule->m_csSummary, Format(rule->Definition().summary.format, L"", L"1.25"));
+  }
 }
 
 // Edits the first value as a user would, then cancels; records which resource library was current.

@@ -1,10 +1,11 @@
 #pragma once
 // Shared by the rule tests: every rule class of the module, value access, saved-record snippets, and a
 // fixture that formats English resource texts and saves a rule into a fresh rule set.
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <memory>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "kvx/framework/KvxTypes.h"  // the fixture uses KVX_IDOK
 #include "../support/ModuleFixture.h"
@@ -47,6 +48,22 @@ inline std::vector<double>& Values(const CKvxRule& rule, long id, bool constrain
 inline void SetOperator(const CKvxRule& rule, long id, int op) {
   Param(rule, id).iOperator = op;
   if (!rule.Constraints().empty()) Param(rule, id, true).iOperator = op;
+}
+
+// Severity, status and every parameter (the rule's, then each constraint's) as "id:operator options status
+// [values]", the values to nine digits.
+inline std::string Describe(const CKvxRule& rule) {
+  const auto parameters = [](const auto& owner) {
+    std::string line;
+    for (const auto& p : owner.Parameters()) {
+      line += fmt::format(" {}:{} {} {} [{:.9g}]", p->lId, p->iOperator, fmt::join(p->operatorOptions, "/"), p->bStatus,
+                          fmt::join(*kvx::params::DoubleValues(p.get()), " "));
+    }
+    return line;
+  };
+  std::string line = fmt::format("severity {} status {}:{}", rule.m_lRuleSeverity, rule.m_lRuleStatus, parameters(rule));
+  for (const auto& c : rule.Constraints()) line += " | " + kvx::platform::Narrow(c->csName) + parameters(*c);
+  return line;
 }
 
 inline std::string ParamXml(long id, int op, double value) {
