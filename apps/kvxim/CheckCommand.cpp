@@ -27,45 +27,23 @@ namespace {
 using kvx::platform::Narrow;
 using kvx::platform::Widen;
 
-// Rules the command holds until it hands them back to the module.
-class HeldRules {
- public:
-  explicit HeldRules(ModuleHost& host) : host_(host) {}
-  ~HeldRules() {
-    for (CKvxRule*& rule : rules_) host_.DeleteRule(&rule);
-  }
-  HeldRules(const HeldRules&) = delete;
-  HeldRules& operator=(const HeldRules&) = delete;
-  void Add(CKvxRule* rule) {
-    if (rule) rules_.push_back(rule);
-  }
-  std::vector<kvx::checker::RuleInput> Describe() const {
-    std::vector<kvx::checker::RuleInput> inputs;
-    for (const CKvxRule* rule : rules_) inputs.push_back(kvx::checker::DescribeRule(*rule));
-    return inputs;
-  }
-
- private:
-  ModuleHost& host_;
-  std::vector<CKvxRule*> rules_;
-};
+// What the checker reads of each rule.
+std::vector<kvx::checker::RuleInput> Describe(const HeldRules& held) {
+  std::vector<kvx::checker::RuleInput> inputs;
+  for (const CKvxRule* rule : held.All()) inputs.push_back(kvx::checker::DescribeRule(*rule));
+  return inputs;
+}
 
 // The factory rules, or those of the rule-set file; false after a line to `err` when the file cannot be used.
 bool CollectRules(ModuleHost& host, const std::string& file, HeldRules& held, std::ostream& err) {
   if (file.empty()) {
-    RulePointerArray array;
-    host.GetAllRules(&array);
-    for (int i = 0; i < array.GetSize(); ++i) held.Add(array.GetAt(i));
+    held.AddFresh();
     return true;
   }
   auto root = LoadRuleSet(host, file, err);
   if (!root) return false;
   const auto nodes = root->GetNodeList(L"Rule");
-  for (int i = 0; i < nodes->GetSize(); ++i) {
-    CKvxRule* rule = nullptr;
-    host.GetRule(nodes->GetItem(i).get(), &rule);
-    held.Add(rule);
-  }
+  for (int i = 0; i < nodes->GetSize(); ++i) held.AddFor(nodes->GetItem(i).get());
   return true;
 }
 
@@ -115,7 +93,7 @@ int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::o
 
   HeldRules held(host);
   if (!CollectRules(host, options.rules, held, err)) return kCheckUnreadable;
-  const auto rules = held.Describe();
+  const auto rules = Describe(held);
 
   kvx::checker::CheckOptions checkOptions;
   if (pull) checkOptions.pull = kvx::checker::Vec3{(*pull)[0], (*pull)[1], (*pull)[2]};

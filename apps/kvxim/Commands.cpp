@@ -30,26 +30,6 @@ using nlohmann::ordered_json;
 
 constexpr const wchar_t* kRuleSet = L"RuleSet";
 
-// Rules the host owns until it hands them back to the module.
-class OwnedRules {
- public:
-  explicit OwnedRules(ModuleHost& host) : host_(host) {}
-  ~OwnedRules() {
-    for (CKvxRule*& rule : rules_) host_.DeleteRule(&rule);
-  }
-  void Add(CKvxRule* rule) { rules_.push_back(rule); }
-  const std::vector<CKvxRule*>& All() const { return rules_; }
-
- private:
-  ModuleHost& host_;
-  std::vector<CKvxRule*> rules_;
-};
-
-void CollectAllRules(ModuleHost& host, OwnedRules& owned) {
-  RulePointerArray array;
-  host.GetAllRules(&array);
-  for (int i = 0; i < array.GetSize(); ++i) owned.Add(array.GetAt(i));
-}
 
 int ReadUnitAttribute(KvxXMLNode& root, const wchar_t* name) {
   std::wstring text;
@@ -65,7 +45,7 @@ void SetAttribute(KvxXMLNode& node, const char* name, int value) {
 }
 
 // A rule without a key name could never be loaded again: its name comes from the resource library.
-bool AllRulesNamed(const OwnedRules& rules, std::ostream& err) {
+bool AllRulesNamed(const HeldRules& rules, std::ostream& err) {
   const bool named = std::ranges::none_of(rules.All(), [](const CKvxRule* rule) { return rule->m_csRuleName.empty(); });
   if (!named) {
     err << "kvxim: the rules have no names: no resource library was found under "
@@ -76,8 +56,8 @@ bool AllRulesNamed(const OwnedRules& rules, std::ostream& err) {
 
 // Writes a factory rule set: "RuleSet" with the current unit codes, then every rule's record.
 bool WriteFactoryRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, std::ostream& err) {
-  OwnedRules rules(host);
-  CollectAllRules(host, rules);
+  HeldRules rules(host);
+  rules.AddFresh();
   if (!AllRulesNamed(rules, err)) return false;
   auto root = host.Document().CreateRootNode(kRuleSet);
   SetAttribute(*root, "Unit", KVX_UNIT_MM);
@@ -144,8 +124,8 @@ CLI::Option* AddUnitOption(CLI::App* command, const char* name, int& code, const
 int RunRules(ModuleHost& host, const CommandOptions& options, std::ostream& out, std::ostream&) {
   const auto texts = LoadHostResources();  // the names shown beside codes
   kvx::platform::ResourceScope scope(texts.get());
-  OwnedRules rules(host);
-  CollectAllRules(host, rules);
+  HeldRules rules(host);
+  rules.AddFresh();
   if (options.json) {
     JsonRuleArray list(out, texts.get());
     for (CKvxRule* rule : rules.All()) list.Add(rule);
@@ -165,14 +145,12 @@ int RunShow(ModuleHost& host, const CommandOptions& options, std::ostream& out, 
   if (!root) return 1;
   const auto texts = LoadHostResources();  // the names shown beside codes and the parameters' labels
   kvx::platform::ResourceScope scope(texts.get());
-  OwnedRules rules(host);
+  HeldRules rules(host);
   JsonRuleArray list(out, texts.get());
   const auto nodes = root->GetNodeList(L"Rule");
   for (int i = 0; i < nodes->GetSize(); ++i) {
     const auto node = nodes->GetItem(i);
-    CKvxRule* rule = nullptr;
-    host.GetRule(node.get(), &rule);
-    rules.Add(rule);
+    CKvxRule* rule = rules.AddFor(node.get());
     if (options.json) {
       list.Add(rule);
       continue;
@@ -197,20 +175,18 @@ int RunConvert(ModuleHost& host, const CommandOptions& options, std::ostream& ou
   const RuleUnitSystemStructure from{ReadUnitAttribute(*root, L"Unit"), ReadUnitAttribute(*root, L"AngularUnit")};
   const RuleUnitSystemStructure to{options.lengthUnit, options.angleUnit};
 
-  OwnedRules rules(host);
+  HeldRules rules(host);
   std::vector<std::string> unconverted;
   std::vector<std::string> overflowing;
   const auto nodes = root->GetNodeList(L"Rule");
   for (int i = 0; i < nodes->GetSize(); ++i) {
     const auto node = nodes->GetItem(i);
-    CKvxRule* rule = nullptr;
-    host.GetRule(node.get(), &rule);
+    CKvxRule* rule = rules.AddFor(node.get());
     if (!rule) {
       // Rules of other modules, unknown ones and switched-off ones keep their values: they cannot be converted.
       unconverted.push_back(RuleName(*node));
       continue;
     }
-    rules.Add(rule);
     rule->UpdateRule(&from, &to);
     if (!AllValuesFinite(*rule)) overflowing.push_back(RuleName(*node));
     if (auto converted = rule->GetXML()) root->ReplaceChild(converted.get(), node.get());

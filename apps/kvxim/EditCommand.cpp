@@ -17,21 +17,6 @@ namespace {
 using kvx::platform::Narrow;
 using kvx::platform::Widen;
 
-// The rule being edited, handed back to the module when the command ends.
-class EditedRule {
- public:
-  explicit EditedRule(ModuleHost& host) : host_(host) {}
-  ~EditedRule() { Release(); }
-  void Release() {
-    if (rule_) host_.DeleteRule(&rule_);
-  }
-  CKvxRule*& Get() { return rule_; }
-
- private:
-  ModuleHost& host_;
-  CKvxRule* rule_ = nullptr;
-};
-
 // True when `rule` is the one asked for: its key name without regard to case, or its id.
 bool Matches(const CKvxRule& rule, const std::string& wanted) {
   if (kvx::platform::EqualsNoCase(rule.m_csRuleName, Widen(wanted))) return true;
@@ -54,14 +39,15 @@ int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std
   auto root = LoadRuleSet(host, options.input, err);
   if (!root) return kEditFailed;
 
-  EditedRule rule(host);
+  HeldRules held(host);  // the rule being edited, handed back when the command ends
+  CKvxRule* rule = nullptr;
   std::unique_ptr<KvxXMLNode> ruleNode;
   const auto nodes = root->GetNodeList(L"Rule");
   for (int i = 0; i < nodes->GetSize() && !ruleNode; ++i) {
     auto node = nodes->GetItem(i);
-    host.GetRule(node.get(), &rule.Get());
-    if (rule.Get() && Matches(*rule.Get(), options.rule)) ruleNode = std::move(node);
-    else rule.Release();
+    rule = held.AddFor(node.get());
+    if (rule && Matches(*rule, options.rule)) ruleNode = std::move(node);
+    else held.Clear();
   }
   if (!ruleNode) {
     err << "kvxim: " << options.input << " has no rule \"" << options.rule << "\"\n";
@@ -69,16 +55,16 @@ int RunEdit(ModuleHost& host, const EditOptions& options, std::ostream& out, std
   }
 
   // The module opens the dialog through the rule's dialog service; it loads the toolkit only now.
-  const std::string before = RecordText(rule.Get()->GetXML().get());
-  rule.Get()->EditRule();
-  switch (rule.Get()->LastDialogResult()) {
+  const std::string before = RecordText(rule->GetXML().get());
+  rule->EditRule();
+  switch (rule->LastDialogResult()) {
     case KVX_IDOK: break;
     case KVX_IDCANCEL: err << "kvxim: cancelled; nothing was written\n"; return kEditCancelled;
     default: err << "kvxim: the rule could not be edited here; nothing was written\n"; return kEditFailed;
   }
 
   const std::string target = options.output.empty() ? options.input : options.output;
-  auto edited = rule.Get()->GetXML();
+  auto edited = rule->GetXML();
   // Accepted without a change: the rule set stays exactly as it was read.
   const bool changed = !edited || RecordText(edited.get()) != before;
   if (!changed && target == options.input) {

@@ -1,5 +1,7 @@
 #include "ModuleHost.h"
 
+#include "kvx/framework/KvxRule.h"
+#include "kvx/framework/RulePointerArray.h"
 #include "kvx/platform/Environment.h"
 #include "kvx/platform/FileSystem.h"
 #include "kvx/platform/Paths.h"
@@ -48,8 +50,8 @@ std::unique_ptr<ModuleHost> ModuleHost::Load(const std::wstring& databasePath, s
     if (status != kvx_db::DbStatus::Ok) warning = L"material database: " + host->database_->ErrorText();
   }
 
-  const std::wstring moduleFile = kvx::platform::JoinPath(
-      folder, kvx::platform::LibraryFileName(kvx::module::kModuleLibraryBaseName));
+  const std::wstring moduleFile =
+      kvx::platform::JoinPath(folder, kvx::platform::LibraryFileName(kvx::module::kModuleLibraryBaseName));
   host->module_ = kvx::platform::DynamicLibrary::Load(moduleFile, &loadError);
   if (!host->module_) {
     error = L"cannot load the rule module: " + loadError;
@@ -101,6 +103,28 @@ bool SaveRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, s
 ModuleHost::~ModuleHost() {
   if (SetXMLDoc) SetXMLDoc(nullptr);
   module_.reset();  // the module goes before the document and the database it may refer to
+}
+
+void HeldRules::Add(CKvxRule* rule) {
+  if (rule) rules_.push_back(rule);
+}
+
+CKvxRule* HeldRules::AddFor(KvxXMLNode* node) {
+  CKvxRule* rule = nullptr;
+  host_.GetRule(node, &rule);
+  Add(rule);
+  return rule;
+}
+
+void HeldRules::AddFresh() {
+  RulePointerArray array;
+  host_.GetAllRules(&array);
+  for (int i = 0; i < array.GetSize(); ++i) Add(array.GetAt(i));
+}
+
+void HeldRules::Clear() {
+  for (CKvxRule*& rule : rules_) host_.DeleteRule(&rule);
+  rules_.clear();
 }
 
 }  // namespace kvxim

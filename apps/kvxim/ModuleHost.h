@@ -4,6 +4,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "kvx/framework/KvxXML.h"
 #include "kvx/module/KVXIMRulesExports.h"
@@ -19,8 +20,7 @@ class ModuleHost {
   // `databasePath` (the default one when empty), and calls SetXMLDoc and
   // SetDBModuleList. Null with a one-line reason when the module or one of its exports is missing; a
   // database that cannot be used only yields `warning` (the tolerance rule then has an empty table).
-  static std::unique_ptr<ModuleHost> Load(const std::wstring& databasePath, std::wstring& error,
-                                          std::wstring& warning);
+  static std::unique_ptr<ModuleHost> Load(const std::wstring& databasePath, std::wstring& error, std::wstring& warning);
   ~ModuleHost();
 
   KvxXMLDocument& Document() { return *document_; }
@@ -41,6 +41,29 @@ class ModuleHost {
   std::unique_ptr<kvx::platform::DynamicLibrary> module_;
   kvx_db::KVXDataHelper* database_ = nullptr;
   std::unique_ptr<KvxXMLDocument> document_;
+};
+
+// Rules taken from the module, handed back to it (DeleteRule) when the holder goes or is cleared.
+class HeldRules {
+ public:
+  explicit HeldRules(ModuleHost& host) : host_(host) {}
+  ~HeldRules() { Clear(); }
+  HeldRules(const HeldRules&) = delete;
+  HeldRules& operator=(const HeldRules&) = delete;
+
+  // Keeps `rule`; null (the module built none) is skipped.
+  void Add(CKvxRule* rule);
+  // The rule the module builds from the rule node `node`, kept; null when it builds none.
+  CKvxRule* AddFor(KvxXMLNode* node);
+  // Keeps the rules of a fresh rule set, in their order.
+  void AddFresh();
+  // Hands every rule back now.
+  void Clear();
+  const std::vector<CKvxRule*>& All() const { return rules_; }
+
+ private:
+  ModuleHost& host_;
+  std::vector<CKvxRule*> rules_;
 };
 
 // Loads a rule-set file into the host's document and returns its "RuleSet" root; null after one line to `err`.

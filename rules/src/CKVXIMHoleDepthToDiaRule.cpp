@@ -1,3 +1,4 @@
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/rules/CKVXIMHoleDepthToDiaRule.h"
 
 #include "kvx/res/PictureIds.h"
@@ -11,7 +12,7 @@ const RuleDefinition& HoleDepthRule() {
   static const RuleDefinition definition{
       .nameId = kHoleDepthRuleName,
       .keyNameId = kHoleDepthRuleName,
-      .ruleId = 12150,
+      .ruleId = kvx::rule_ids::kHoleDepth,
       .severity = 2,
       .pictureId = kHoleDepthRulePicture,
       .placeholderFormat = kHoleDepthSummary,

@@ -1,3 +1,4 @@
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/rules/CKVXIMMaxCutoutAreaRule.h"
 
 #include "kvx/res/PictureIds.h"
@@ -11,7 +12,7 @@ const RuleDefinition& MaxCutoutAreaRule() {
   static const RuleDefinition definition{
       .nameId = kMaxCutoutAreaRuleName,
       .keyNameId = kMaxCutoutAreaRuleName,
-      .ruleId = 12060,
+      .ruleId = kvx::rule_ids::kMaxCutoutArea,
       .severity = 3,
       .pictureId = kMaxCutoutAreaRulePicture,
       .placeholderFormat = kMaxCutoutAreaSummary,

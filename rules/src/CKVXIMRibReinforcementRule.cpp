@@ -1,3 +1,4 @@
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/rules/CKVXIMRibReinforcementRule.h"
 
 #include "kvx/res/PictureIds.h"
@@ -11,7 +12,7 @@ const RuleDefinition& RibReinforcementRule() {
   static const RuleDefinition definition{
       .nameId = kRibReinforcementRuleName,
       .keyNameId = kRibReinforcementRuleName,
-      .ruleId = 12050,
+      .ruleId = kvx::rule_ids::kRibReinforcement,
       .severity = 3,
       .pictureId = kRibReinforcementRulePicture,
       // Kept as it always was: the height format filled with four empty texts until the summary is built.

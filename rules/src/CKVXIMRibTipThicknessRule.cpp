@@ -1,3 +1,4 @@
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/rules/CKVXIMRibTipThicknessRule.h"
 
 #include "kvx/res/PictureIds.h"
@@ -11,7 +12,7 @@ const RuleDefinition& RibTipThicknessRule() {
   static const RuleDefinition definition{
       .nameId = kRibTipThicknessRuleName,
       .keyNameId = kRibTipThicknessRuleName,
-      .ruleId = 12220,
+      .ruleId = kvx::rule_ids::kRibTipThickness,
       .severity = 3,
       .pictureId = kRibTipThicknessRulePicture,
       .placeholderFormat = kRibTipThicknessSummary,

@@ -1,3 +1,4 @@
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/rules/CKVXIMSpacingBetweenHolesRule.h"
 
 #include "kvx/res/PictureIds.h"
@@ -12,7 +13,7 @@ const RuleDefinition& SpacingBetweenHolesRule() {
       .nameId = kHoleSpacingRuleName,
       // Kept: the key name comes from another string than the display name; rule sets store this one.
       .keyNameId = kSpacingBetweenHolesRuleName,
-      .ruleId = 12160,
+      .ruleId = kvx::rule_ids::kSpacingBetweenHoles,
       .severity = 2,
       .pictureId = kHoleSpacingRulePicture,
       .placeholderFormat = kHoleSpacingSummary,

@@ -1,3 +1,4 @@
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/rules/KVXIMBossDraftRule.h"
 
 #include "kvx/res/PictureIds.h"
@@ -17,7 +18,7 @@ const RuleDefinition& BossDraftRule() {
   static const RuleDefinition definition{
       .nameId = kBossDraftRuleName,
       .keyNameId = kBossDraftRuleName,
-      .ruleId = 12176,
+      .ruleId = kvx::rule_ids::kBossDraft,
       .severity = 2,
       .pictureId = kBossDraftRulePicture,
       // No placeholder: the summary exists only once it is built.

@@ -1,3 +1,4 @@
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/rules/KVXIMLipBottomRadiusRule.h"
 
 #include "kvx/res/PictureIds.h"
@@ -11,7 +12,7 @@ const RuleDefinition& LipBottomRadiusRule() {
   static const RuleDefinition definition{
       .nameId = kLipBottomRadiusRuleName,
       .keyNameId = kLipBottomRadiusRuleName,
-      .ruleId = 12172,
+      .ruleId = kvx::rule_ids::kLipBottomRadius,
       .severity = 2,
       .pictureId = kLipBottomRadiusRulePicture,
       .placeholderFormat = kLipBottomRadiusSummary,

@@ -6,6 +6,7 @@
 #include <pugixml.hpp>
 
 #include "kvx/platform/Text.h"
+#include "kvx/spreadsheet/RequestedCells.h"
 #include "xlsx/XlsxCells.h"
 #include "xlsx/XlsxParts.h"
 #include "xlsx/XlsxRelationships.h"
@@ -32,48 +33,20 @@ pugi::xml_node ActiveSheetElement(const pugi::xml_node& workbook) {
   return first;
 }
 
-// A requested cell, kept small: most of a big table's cells are numbers, and texts live beside them.
-struct CellAt {
-  std::int32_t row;
-  CellType type;
-  std::uint32_t text;  // 1-based index into the texts; 0 for none
-  double number;
-};
-
 }  // namespace
 
 // The values of the requested columns only, taken out of the sheet while it is read.
 struct XlsxSheet::Impl {
-  // Slot of each column number (0 for columns nobody asked for) and the cells of each slot by row.
-  std::vector<std::size_t> slotOfColumn = std::vector<std::size_t>(1, 0);
-  std::vector<std::vector<CellAt>> cellsOfSlot = std::vector<std::vector<CellAt>>(1);
-  std::vector<std::size_t> nextOfSlot = std::vector<std::size_t>(1, 0);
-  std::vector<std::wstring> texts;
+  explicit Impl(const std::vector<ColumnRequest>& requests) : cells(requests, kMaxColumn, kMaxRow) {}
+
+  RequestedCells cells;
   // The row before the next one without a reference of its own.
   std::int32_t rowNumber = 0;
-  // The column last asked for, so each letter is parsed once per column rather than once per cell.
-  std::wstring cachedLetter;
-  std::int32_t cachedColumn = 0;
 
-  void PlanColumns(const std::vector<ColumnRequest>& requests);
   void AddRows(const pugi::xml_node& parent, const WorkbookLookups& lookups);
-  void AddCell(std::size_t slot, std::int32_t row, CellValue value);
+  void AddCell(std::int32_t column, std::int32_t row, CellValue value);
   void Clear();
-  void SortCells();
-  const CellAt* Find(std::int32_t column, std::int32_t row);
 };
-
-void XlsxSheet::Impl::PlanColumns(const std::vector<ColumnRequest>& requests) {
-  for (const ColumnRequest& request : requests) {
-    const std::int32_t column = ColumnNumber(request.letter, kMaxColumn);
-    if (column == 0) continue;
-    if (slotOfColumn.size() <= static_cast<std::size_t>(column)) slotOfColumn.resize(column + 1, 0);
-    if (slotOfColumn[column] != 0) continue;
-    slotOfColumn[column] = cellsOfSlot.size();
-    cellsOfSlot.emplace_back();
-    nextOfSlot.push_back(0);
-  }
-}
 
 void XlsxSheet::Impl::AddRows(const pugi::xml_node& parent, const WorkbookLookups& lookups) {
   for (pugi::xml_node row : parent.children()) {
@@ -93,46 +66,19 @@ void XlsxSheet::Impl::AddRows(const pugi::xml_node& parent, const WorkbookLookup
         ++column;
         cellRow = rowNumber;
       }
-      if (column < 1 || static_cast<std::size_t>(column) >= slotOfColumn.size() || cellRow > kMaxRow) continue;
-      if (const std::size_t slot = slotOfColumn[column]; slot != 0) AddCell(slot, cellRow, ValueOf(cell, lookups));
+      if (cells.Wanted(column) && cellRow <= kMaxRow) AddCell(column, cellRow, ValueOf(cell, lookups));
     }
   }
 }
 
-void XlsxSheet::Impl::AddCell(std::size_t slot, std::int32_t row, CellValue value) {
-  std::uint32_t text = 0;
-  if (value.type == CellType::Text) {
-    texts.push_back(std::move(value.text));
-    text = static_cast<std::uint32_t>(texts.size());
-  }
-  cellsOfSlot[slot].push_back({row, value.type, text, value.number});
+void XlsxSheet::Impl::AddCell(std::int32_t column, std::int32_t row, CellValue value) {
+  const std::uint32_t text = value.type == CellType::Text ? cells.AddText(std::move(value.text)) : 0;
+  cells.Add(column, row, value.type, value.number, text);
 }
 
 void XlsxSheet::Impl::Clear() {
-  for (auto& cells : cellsOfSlot) cells.clear();
-  texts.clear();
+  cells.Clear();
   rowNumber = 0;
-}
-
-void XlsxSheet::Impl::SortCells() {
-  const auto byRow = [](const CellAt& a, const CellAt& b) { return a.row < b.row; };
-  for (auto& cells : cellsOfSlot)
-    if (!std::is_sorted(cells.begin(), cells.end(), byRow)) std::stable_sort(cells.begin(), cells.end(), byRow);
-}
-
-const CellAt* XlsxSheet::Impl::Find(std::int32_t column, std::int32_t row) {
-  if (static_cast<std::size_t>(column) >= slotOfColumn.size() || slotOfColumn[column] == 0) return nullptr;
-  const std::size_t slot = slotOfColumn[column];
-  const std::vector<CellAt>& cells = cellsOfSlot[slot];
-  // The walk asks for rows in order, so the next cell is almost always the one after the last.
-  std::size_t& next = nextOfSlot[slot];
-  if (next >= cells.size() || cells[next].row != row) {
-    next = static_cast<std::size_t>(
-        std::lower_bound(cells.begin(), cells.end(), row, [](const CellAt& a, std::int32_t r) { return a.row < r; }) -
-        cells.begin());
-  }
-  if (next >= cells.size() || cells[next].row != row) return nullptr;
-  return &cells[next++];
 }
 
 XlsxSheet::XlsxSheet(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -158,8 +104,7 @@ std::unique_ptr<XlsxSheet> XlsxSheet::Open(const std::wstring& path, const std::
                                    [&](const Relationship& r) { return r.id == relationshipId; });
   if (!sheet || target == relationships.end()) return nullptr;
 
-  auto impl = std::make_unique<Impl>();
-  impl->PlanColumns(requests);
+  auto impl = std::make_unique<Impl>(requests);
   WorkbookLookups lookups;
   if (!lookups.strings.Load(archive.get(), relationships)) return nullptr;
   lookups.dates.Load(archive.get(), relationships);
@@ -174,26 +119,13 @@ std::unique_ptr<XlsxSheet> XlsxSheet::Open(const std::wstring& path, const std::
     if (!worksheet) return nullptr;
     impl->AddRows(Child(worksheet, "sheetData"), lookups);
   }
-  impl->SortCells();
+  impl->cells.SortByRow();
   error = XlsxOpenError::None;
   return std::unique_ptr<XlsxSheet>(new XlsxSheet(std::move(impl)));
 }
 
 CellRead XlsxSheet::Read(const std::wstring& letter, std::int32_t row, CellValue& value) {
-  if (letter != impl_->cachedLetter || impl_->cachedLetter.empty()) {
-    impl_->cachedLetter = letter;
-    impl_->cachedColumn = ColumnNumber(letter, kMaxColumn);
-  }
-  if (impl_->cachedColumn == 0 || row < 1 || row > kMaxRow) return CellRead::NoSuchCell;
-  const CellAt* found = impl_->Find(impl_->cachedColumn, row);
-  if (!found) {
-    value = CellValue{};
-    return CellRead::Value;
-  }
-  value.type = found->type;
-  value.number = found->number;
-  value.text = found->text == 0 ? std::wstring() : impl_->texts[found->text - 1];
-  return CellRead::Value;
+  return impl_->cells.Read(letter, row, value);
 }
 
 }  // namespace kvx::sheet

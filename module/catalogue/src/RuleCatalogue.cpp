@@ -3,6 +3,7 @@
 #include <array>
 
 #include "kvx/common_rules/CommonRules.h"
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/framework/RulePointerArray.h"
 #include "kvx/module/KVXIMRulesApp.h"
 #include "kvx/params/ResourceText.h"
@@ -54,29 +55,43 @@ CKvxRule* MouldingTolerance(const BuildArgs& args) {
 // In lookup order: a rule node's name is tried against the rows from the top. The fresh rule set has an
 // order of its own on purpose (`freshPosition`).
 constexpr CatalogueRow kCatalogue[] = {
-    {.nameId = kBossBaseRadiusRuleName, .freshPosition = 0, .build = Common<CKVXIMBossBaseRadiusRule, 12010>},
-    {.nameId = kBossTipRadiusRuleName, .freshPosition = 1, .build = Common<CKVXIMBossTipRadiusRule, 12040>},
-    {.nameId = kDraftAngleRuleName, .freshPosition = 5, .build = Common<CKVXIMDraftAngleRule, 12090>},
-    {.nameId = kRibParametersRuleName, .freshPosition = 4, .build = Common<CKVXIMRibParametersRule, 12070>},
-    {.nameId = kUndercutDetectionRuleName, .freshPosition = 6, .build = Common<CKVXIMUndercutDetectionRule, 12100>},
+    {.nameId = kBossBaseRadiusRuleName,
+     .freshPosition = 0,
+     .build = Common<CKVXIMBossBaseRadiusRule, rule_ids::kBossBaseRadius>},
+    {.nameId = kBossTipRadiusRuleName,
+     .freshPosition = 1,
+     .build = Common<CKVXIMBossTipRadiusRule, rule_ids::kBossTipRadius>},
+    {.nameId = kDraftAngleRuleName, .freshPosition = 5, .build = Common<CKVXIMDraftAngleRule, rule_ids::kDraftAngle>},
+    {.nameId = kRibParametersRuleName,
+     .freshPosition = 4,
+     .build = Common<CKVXIMRibParametersRule, rule_ids::kRibParameters>},
+    {.nameId = kUndercutDetectionRuleName,
+     .freshPosition = 6,
+     .build = Common<CKVXIMUndercutDetectionRule, rule_ids::kUndercutDetection>},
     {.nameId = kRibReinforcementRuleName, .freshPosition = 2, .build = Own<CKVXIMRibReinforcementRule>},
     {.nameId = kMaxCutoutAreaRuleName, .freshPosition = 3, .build = Own<CKVXIMMaxCutoutAreaRule>},
     {.nameId = kMouldedWallThicknessRuleName,
      .freshPosition = 8,
-     .build = Common<CKVXIMMoldWallThicknessRule, 12080>},
-    {.nameId = kWallThicknessVariationRuleName, .freshPosition = 9, .build = Common<CKVXIMWTVariationRule, 12110>},
+     .build = Common<CKVXIMMoldWallThicknessRule, rule_ids::kMouldedWallThickness>},
+    {.nameId = kWallThicknessVariationRuleName,
+     .freshPosition = 9,
+     .build = Common<CKVXIMWTVariationRule, rule_ids::kWallThicknessVariation>},
     {.nameId = kSuddenWallThicknessVariationRuleName,
      .freshPosition = 16,
-     .build = Common<CKVXIMSuddenWTVariationRule, 12120>},
+     .build = Common<CKVXIMSuddenWTVariationRule, rule_ids::kSuddenWallThicknessVariation>},
     {.nameId = kUniformThicknessRuleName,
      .freshPosition = 7,
-     .build = CommonWithNode<CKVXIMUniformThicknessRule, 12030>},
+     .build = CommonWithNode<CKVXIMUniformThicknessRule, rule_ids::kUniformThickness>},
     {.nameId = kHoleDepthRuleName, .freshPosition = 14, .build = Own<CKVXIMHoleDepthToDiaRule>},
     {.nameId = kBossDraftRuleName, .freshPosition = 15, .build = Own<KVXIMBossDraftRule>},
     {.nameId = kRibTipThicknessRuleName, .freshPosition = 10, .build = Own<CKVXIMRibTipThicknessRule>},
     {.nameId = kMouldingToleranceRuleName, .freshPosition = 11, .build = MouldingTolerance},
-    {.nameId = kCorePinDiameterRuleName, .freshPosition = 12, .build = CommonWithNode<CKVXRecoPinDiameterRule, 12210>},
-    {.nameId = kRibBaseRadiusRuleName, .freshPosition = 17, .build = Common<CKVXIMRibBaseRadiusRule, 12140>},
+    {.nameId = kCorePinDiameterRuleName,
+     .freshPosition = 12,
+     .build = CommonWithNode<CKVXRecoPinDiameterRule, rule_ids::kCorePinDiameter>},
+    {.nameId = kRibBaseRadiusRuleName,
+     .freshPosition = 17,
+     .build = Common<CKVXIMRibBaseRadiusRule, rule_ids::kRibBaseRadius>},
     // Older rule sets stored these two rules under their first names: both names load.
     {.nameId = kSpacingBetweenHolesRuleName,
      .otherNameId = kHoleSpacingRuleName,
@@ -85,10 +100,14 @@ constexpr CatalogueRow kCatalogue[] = {
     {.nameId = kUndercutInterferenceRuleName,
      .otherNameId = kUndercutInterferenceCheckRuleName,
      .freshPosition = 19,
-     .build = Common<CKVXUndercutInterferenceRule, 14090>,
+     .build = Common<CKVXUndercutInterferenceRule, rule_ids::kUndercutInterference>,
      .betaOnly = true},
-    {.nameId = kVariableDraftAngleRuleName, .freshPosition = 20, .build = Common<CKVXIMVariableDraftAngleRule, 12180>},
-    {.nameId = kBossParametersRuleName, .freshPosition = 13, .build = Common<KVXIMBossParamsRule, 12178>},
+    {.nameId = kVariableDraftAngleRuleName,
+     .freshPosition = 20,
+     .build = Common<CKVXIMVariableDraftAngleRule, rule_ids::kVariableDraftAngle>},
+    {.nameId = kBossParametersRuleName,
+     .freshPosition = 13,
+     .build = Common<KVXIMBossParamsRule, rule_ids::kBossParameters>},
 };
 constexpr size_t kRuleCount = std::size(kCatalogue);
 

@@ -125,6 +125,18 @@ void KeepModeOf(const std::string& target, int fd) {
   if (::stat(target.c_str(), &st) == 0 && S_ISREG(st.st_mode)) ::fchmod(fd, st.st_mode & 07777);
 }
 
+// Writes all of `piece` to `fd`. 0, or the system's error number.
+int WriteAll(int fd, std::string_view piece) {
+  for (size_t written = 0; written < piece.size();) {
+    const ssize_t n = ::write(fd, piece.data() + written, piece.size() - written);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return errno;
+    if (n == 0) return EIO;
+    written += static_cast<size_t>(n);
+  }
+  return 0;
+}
+
 // A file being written beside its target, created with the usual permissions (0666 less the umask).
 // Where the file system allows it the file has no name until it is complete, so a write killed half-way
 // leaves nothing behind; otherwise it has a temporary name, removed on every failure path here and by the
@@ -153,16 +165,7 @@ class PendingFile {
   }
 
   // Appends one piece. 0, or the system's error number.
-  int Append(std::string_view piece) {
-    for (size_t written = 0; written < piece.size();) {
-      const ssize_t n = ::write(fd_, piece.data() + written, piece.size() - written);
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) return errno;
-      if (n == 0) return EIO;
-      written += static_cast<size_t>(n);
-    }
-    return 0;
-  }
+  int Append(std::string_view piece) { return WriteAll(fd_, piece); }
 
   // Makes what was appended durable, with the permissions of the file it replaces. 0, or the system's
   // error number.
@@ -252,6 +255,26 @@ WriteResult ResolveLink(const std::string& path, std::string& target) {
   return {WriteOutcome::Written, 0, {}};
 }
 
+// True for a device or a pipe: no file of ours may take its place, so it is written to as it is.
+bool IsSpecialFile(const std::string& target) {
+  struct stat st {};
+  return ::stat(target.c_str(), &st) == 0 && (S_ISCHR(st.st_mode) || S_ISFIFO(st.st_mode) || S_ISSOCK(st.st_mode));
+}
+
+WriteResult WriteStraight(const std::string& target, const Producer& write) {
+  const int fd = ::open(target.c_str(), O_WRONLY | O_CLOEXEC);
+  if (fd < 0) return Failure(errno, "cannot write", target);
+  int error = 0;
+  const bool produced = write([&](std::string_view piece) {
+    if (error == 0) error = WriteAll(fd, piece);
+    return error == 0;
+  });
+  if (::close(fd) != 0 && error == 0) error = errno;
+  if (error == 0 && !produced) error = EIO;
+  if (error != 0) return Failure(error, "cannot write", target);
+  return {WriteOutcome::Written, 0, {}};
+}
+
 WriteResult NoName() { return {WriteOutcome::Failed, ENOENT, L"no file name given"}; }
 }  // namespace
 
@@ -259,6 +282,8 @@ WriteResult WriteFileAtomicallyInPieces(const std::wstring& path, const Producer
   if (path.empty()) return NoName();
   std::string target;
   if (WriteResult resolved = ResolveLink(Narrow(path), target); !resolved) return resolved;
+  // Renaming a file over /dev/null would replace the device for every program on the machine.
+  if (IsSpecialFile(target)) return WriteStraight(target, write);
   return WriteBeside(target, write, true);
 }
 

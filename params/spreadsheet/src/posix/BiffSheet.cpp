@@ -7,6 +7,7 @@
 #include <string>
 
 #include "kvx/spreadsheet/NumberFormats.h"
+#include "kvx/spreadsheet/RequestedCells.h"
 
 namespace kvx::params::detail {
 
@@ -303,34 +304,22 @@ bool ReadGlobals(std::string_view stream, Globals& globals) {
   return false;
 }
 
-struct CellAt {
-  std::int32_t row;
-  CellType type;
-  std::uint32_t text;  // 1-based index into the texts; 0 for none
-  double number;
-};
-
 }  // namespace
 
 // The values of the requested columns only, taken out of the sheet's records while they are walked.
 struct BiffSheet::Impl {
-  std::vector<bool> requested = std::vector<bool>(kMaxColumn + 1, false);
-  std::vector<std::vector<CellAt>> cellsOfColumn = std::vector<std::vector<CellAt>>(kMaxColumn + 1);
-  std::vector<std::size_t> nextOfColumn = std::vector<std::size_t>(kMaxColumn + 1, 0);
-  std::vector<std::wstring> texts;  // the shared strings first, then the texts of single cells
+  explicit Impl(const std::vector<ColumnRequest>& requests) : cells(requests, kMaxColumn, kMaxRow) {}
+
+  kvx::sheet::RequestedCells cells;  // the shared strings' texts first, then those of single cells
   std::size_t sharedCount = 0;
-  std::wstring cachedLetter;
-  std::int32_t cachedColumn = 0;
 
   // Cell positions as the records give them, from 0.
-  bool Wanted(std::uint16_t column) const { return column < kMaxColumn && requested[column + 1]; }
+  bool Wanted(std::uint16_t column) const { return cells.Wanted(column + 1); }
   void Add(std::uint16_t row, std::uint16_t column, CellType type, double number = 0.0, std::uint32_t text = 0) {
-    if (Wanted(column)) cellsOfColumn[column + 1].push_back({row + 1, type, text, number});
+    cells.Add(column + 1, row + 1, type, number, text);
   }
   void AddText(std::uint16_t row, std::uint16_t column, std::wstring text) {
-    if (!Wanted(column)) return;
-    texts.push_back(std::move(text));
-    Add(row, column, CellType::Text, 0.0, static_cast<std::uint32_t>(texts.size()));
+    if (Wanted(column)) Add(row, column, CellType::Text, 0.0, cells.AddText(std::move(text)));
   }
   void AddNumber(std::uint16_t row, std::uint16_t column, std::uint16_t format, double number,
                  const Globals& globals) {
@@ -338,8 +327,6 @@ struct BiffSheet::Impl {
   }
 
   bool ReadSheet(std::string_view stream, std::uint32_t offset, const Globals& globals);
-  void SortCells();
-  const CellAt* Find(std::int32_t column, std::int32_t row);
 };
 
 // Walks the sheet's records from its BOF to its EOF; the records of charts and other parts nested inside
@@ -432,59 +419,24 @@ bool BiffSheet::Impl::ReadSheet(std::string_view stream, std::uint32_t offset, c
   return false;
 }
 
-void BiffSheet::Impl::SortCells() {
-  const auto byRow = [](const CellAt& a, const CellAt& b) { return a.row < b.row; };
-  for (auto& cells : cellsOfColumn)
-    if (!std::is_sorted(cells.begin(), cells.end(), byRow)) std::stable_sort(cells.begin(), cells.end(), byRow);
-}
-
-const CellAt* BiffSheet::Impl::Find(std::int32_t column, std::int32_t row) {
-  const std::vector<CellAt>& cells = cellsOfColumn[column];
-  // The walk asks for rows in order, so the next cell is almost always the one after the last.
-  std::size_t& next = nextOfColumn[column];
-  if (next >= cells.size() || cells[next].row != row) {
-    next = static_cast<std::size_t>(
-        std::lower_bound(cells.begin(), cells.end(), row, [](const CellAt& a, std::int32_t r) { return a.row < r; }) -
-        cells.begin());
-  }
-  if (next >= cells.size() || cells[next].row != row) return nullptr;
-  return &cells[next++];
-}
-
 BiffSheet::BiffSheet(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 BiffSheet::~BiffSheet() = default;
 
 std::unique_ptr<BiffSheet> BiffSheet::Parse(std::string_view stream, const std::vector<ColumnRequest>& requests) {
   Globals globals;
   if (!ReadGlobals(stream, globals) || globals.sheetOffsets.empty()) return nullptr;
-  auto impl = std::make_unique<Impl>();
-  for (const ColumnRequest& request : requests)
-    if (const std::int32_t column = kvx::sheet::ColumnNumber(request.letter, kMaxColumn); column != 0)
-      impl->requested[column] = true;
+  auto impl = std::make_unique<Impl>(requests);
   impl->sharedCount = globals.sharedStrings.size();
-  impl->texts = std::move(globals.sharedStrings);
+  for (std::wstring& text : globals.sharedStrings) impl->cells.AddText(std::move(text));
   const std::uint16_t tab = globals.activeTab.value_or(0);
   const std::uint32_t offset = globals.sheetOffsets[tab < globals.sheetOffsets.size() ? tab : 0];
   if (!impl->ReadSheet(stream, offset, globals)) return nullptr;
-  impl->SortCells();
+  impl->cells.SortByRow();
   return std::unique_ptr<BiffSheet>(new BiffSheet(std::move(impl)));
 }
 
 CellRead BiffSheet::Read(const std::wstring& letter, std::int32_t row, CellValue& value) {
-  if (letter != impl_->cachedLetter || impl_->cachedLetter.empty()) {
-    impl_->cachedLetter = letter;
-    impl_->cachedColumn = kvx::sheet::ColumnNumber(letter, kMaxColumn);
-  }
-  if (impl_->cachedColumn == 0 || row < 1 || row > kMaxRow) return CellRead::NoSuchCell;
-  const CellAt* found = impl_->Find(impl_->cachedColumn, row);
-  if (!found) {
-    value = CellValue{};
-    return CellRead::Value;
-  }
-  value.type = found->type;
-  value.number = found->number;
-  value.text = found->text == 0 ? std::wstring() : impl_->texts[found->text - 1];
-  return CellRead::Value;
+  return impl_->cells.Read(letter, row, value);
 }
 
 }  // namespace kvx::params::detail

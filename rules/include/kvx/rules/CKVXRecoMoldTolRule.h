@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/res/StringIds.h"
 #include "kvx/rules/KVXIMRuleBase.h"
 
@@ -21,7 +22,7 @@ struct ToleranceRow {
 
 class CKVXRecoMoldTolRule : public CKVXIMRuleBase {
  public:
-  static constexpr int kRuleId = 12174;
+  static constexpr int kRuleId = kvx::rule_ids::kMouldingTolerance;
   static constexpr long kOverParam = kvx::res::kToleranceOverParam;
   static constexpr long kUptoParam = kvx::res::kToleranceUptoParam;
   static constexpr long kAValParam = kvx::res::kToleranceAValueParam;
