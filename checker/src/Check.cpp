@@ -8,47 +8,20 @@
 
 #include <fmt/format.h>
 
+#include "kvx/contracts/RuleIds.h"
 #include "kvx/framework/KvxUnitConvertor.h"
+#include "kvx/framework/KvxUnits.h"
+#include "kvx/res/StringIds.h"
 #include "kvx/platform/Text.h"
 
 namespace kvx::checker {
 
 namespace {
+namespace ids = kvx::rule_ids;
+namespace res = kvx::res;
 using kvx::platform::Narrow;
 
-// Rule ids and parameter ids, as the rule module hands them out.
-enum RuleId : int {
-  kBossBaseRadius = 12010,
-  kUniformThickness = 12030,
-  kBossTipRadius = 12040,
-  kRibReinforcement = 12050,
-  kCutoutArea = 12060,
-  kRibParameters = 12070,
-  kWallThickness = 12080,
-  kDraftAngle = 12090,
-  kUndercut = 12100,
-  kThicknessVariation = 12110,
-  kSuddenVariation = 12120,
-  kRibBaseRadius = 12140,
-  kHoleDepth = 12150,
-  kHoleSpacing = 12160,
-  kTolerance = 12174,
-  kBossDraft = 12176,
-  kBossParameters = 12178,
-  kVariableDraft = 12180,
-  kCorePin = 12210,
-  kRibTip = 12220,
-  kUndercutInterference = 14090,
-};
-enum ParameterId : long {
-  kToleranceOver = 2517, kToleranceUpto = 2518, kToleranceA = 2519, kToleranceB = 2520,
-  kRibThicknessRatio = 3040, kRibHeightRatio = 3041, kRibDraft = 3042, kRibSpacingRatio = 3043,
-  kRibAreaRatio = 2077, kRibHeightLimit = 2102, kRibTipThickness = 2730, kRibRadiusMin = 3110, kRibRadiusMax = 3111,
-  kCutoutAreaRatio = 2081,
-};
 
-constexpr int kOpRange = 1, kOpEqual = 3, kOpLess = 5, kOpGreater = 6, kOpAtLeast = 7, kOpAtMost = 8;
-constexpr const char* kDefaultConstraint = "Default";
 constexpr double kFlatDraft = 89.9;  // faces this close to square to the pull need no draft
 
 struct SeverityName_ {
@@ -58,27 +31,29 @@ struct SeverityName_ {
 // Severity codes as the rule dialogs offer them, least severe first.
 constexpr SeverityName_ kSeverities[] = {{0, "very-low"}, {1, "low"}, {2, "medium"}, {3, "high"}, {4, "very-high"}};
 
-// Length unit texts by unit code, for the findings' units.
-constexpr const char* kLengthUnitTexts[] = {"mm", "cm", "m", "in", "ft", "ft", "angstrom", "nm", "um", "mil", "uin"};
-constexpr const char* kAngleUnitTexts[] = {"deg", "rad", "deg", "deg"};
-
+// The short name of a unit code, for the findings' units; millimetres and degrees for codes without one.
+// Feet-and-inches values are held in feet and degree-minute ones in degrees, so those are named.
 std::string LengthUnitText(int code) {
-  return code >= 0 && code < static_cast<int>(std::size(kLengthUnitTexts)) ? kLengthUnitTexts[code] : "mm";
+  if (code == KVX_UNIT_FOOT_INCH) code = KVX_UNIT_FOOT;
+  const KvxUnit* unit = FindKvxUnit(KVX_QUANTITY_LENGTH, code);
+  return unit ? unit->name : "mm";
 }
 std::string AngleUnitText(int code) {
-  return code >= 0 && code < static_cast<int>(std::size(kAngleUnitTexts)) ? kAngleUnitTexts[code] : "deg";
+  if (code == KVX_ANGLE_DEG_MIN || code == KVX_ANGLE_DEG_MIN_SEC) code = KVX_ANGLE_DEGREE;
+  const KvxUnit* unit = FindKvxUnit(KVX_QUANTITY_ANGLE, code);
+  return unit ? unit->name : "deg";
 }
 
 bool Satisfies(double measured, int op, const std::vector<double>& values) {
   if (values.empty()) return true;
   const double v = values[0], slack = 1e-9 * std::max(1.0, std::fabs(v));
   switch (op) {
-    case kOpAtLeast: return measured >= v - slack;
-    case kOpGreater: return measured > v;
-    case kOpAtMost: return measured <= v + slack;
-    case kOpLess: return measured < v;
-    case kOpEqual: return std::fabs(measured - v) <= slack;
-    case kOpRange: return values.size() < 2 || (measured >= v - slack && measured <= values[1] + slack);
+    case KVX_OP_GREATER_EQUAL: return measured >= v - slack;
+    case KVX_OP_GREATER: return measured > v;
+    case KVX_OP_LESS_EQUAL: return measured <= v + slack;
+    case KVX_OP_LESS: return measured < v;
+    case KVX_OP_EQUAL: return std::fabs(measured - v) <= slack;
+    case KVX_OP_RANGE: return values.size() < 2 || (measured >= v - slack && measured <= values[1] + slack);
     default: return true;
   }
 }
@@ -125,7 +100,7 @@ class Context {
   void Compare(const RuleInput& rule, const Limit& limit, double measured, const std::vector<double>& shownLimit,
                const std::string& unit, const std::string& what, std::vector<int> faces, Vec3 pointMm) {
     if (Satisfies(measured, limit.op, shownLimit)) return;
-    Report(rule, limit.op, measured, limit.op == kOpRange && shownLimit.size() > 1 && measured > shownLimit[1] ? shownLimit[1] : shownLimit[0],
+    Report(rule, limit.op, measured, limit.op == KVX_OP_RANGE && shownLimit.size() > 1 && measured > shownLimit[1] ? shownLimit[1] : shownLimit[0],
            unit, what, std::move(faces), pointMm);
   }
   void Report(const RuleInput& rule, int op, double measured, double shownLimit, const std::string& unit,
@@ -157,8 +132,8 @@ using Verdict = std::string;
 using Evaluator = std::function<Verdict(const RuleInput&, Context&)>;
 
 Verdict CheckDraft(const RuleInput& rule, Context& c) {
-  const Limit* minimum = c.Active(rule, 3030);
-  if (c.Active(rule, 3031)) c.NotCheckedLimit(rule, 3031, "textured faces: a STEP file carries no texture");
+  const Limit* minimum = c.Active(rule, res::kDraftPerSideParam);
+  if (c.Active(rule, res::kDraftTexturedParam)) c.NotCheckedLimit(rule, res::kDraftTexturedParam, "textured faces: a STEP file carries no texture");
   if (!minimum) return "its draft limit is switched off";
   for (const FaceDraft& draft : c.facts.drafts) {
     if (draft.minDraft >= kFlatDraft) continue;
@@ -169,7 +144,7 @@ Verdict CheckDraft(const RuleInput& rule, Context& c) {
 }
 
 Verdict CheckVariableDraft(const RuleInput& rule, Context& c) {
-  const Limit *shallow = c.Active(rule, 3130), *depth = c.Active(rule, 3131), *deep = c.Active(rule, 3132);
+  const Limit *shallow = c.Active(rule, res::kShallowFaceDraftParam), *depth = c.Active(rule, res::kShallowFaceDepthParam), *deep = c.Active(rule, res::kDeepFaceDraftParam);
   if (!depth || (!shallow && !deep)) return "its depth or both draft limits are switched off";
   const double split = c.ToMm(rule, depth->values[0]);
   for (const FaceDraft& draft : c.facts.drafts) {
@@ -184,7 +159,7 @@ Verdict CheckVariableDraft(const RuleInput& rule, Context& c) {
 
 Verdict CheckHoleDepth(const RuleInput& rule, Context& c) {
   if (c.facts.holes.empty()) return "no hole was recognised on the part";
-  const Limit *blind = c.Active(rule, 2347), *through = c.Active(rule, 2348);
+  const Limit *blind = c.Active(rule, res::kBlindHoleDepthParam), *through = c.Active(rule, res::kThroughHoleDepthParam);
   for (const Hole& hole : c.facts.holes) {
     const Limit* limit = hole.through ? through : blind;
     if (!limit) continue;
@@ -195,7 +170,7 @@ Verdict CheckHoleDepth(const RuleInput& rule, Context& c) {
 }
 
 Verdict CheckHoleSpacing(const RuleInput& rule, Context& c) {
-  const Limit* spacing = c.Active(rule, 2374);
+  const Limit* spacing = c.Active(rule, res::kHoleSpacingParam);
   if (!spacing) return "its spacing limit is switched off";
   bool anyPair = false;
   for (std::size_t i = 0; i < c.facts.holes.size(); ++i) {
@@ -217,18 +192,18 @@ Verdict CheckHoleSpacing(const RuleInput& rule, Context& c) {
 Verdict CheckWallThickness(const RuleInput& rule, Context& c) {
   if (c.facts.thickness.faces.empty()) return "no wall could be measured";
   const std::string unit = LengthUnitText(rule.units.iLengthUnit);
-  for (long id : {3060L, 3061L}) {
+  for (long id : {res::kWallThicknessMinParam, res::kWallThicknessMaxParam}) {
     const Limit* limit = c.Active(rule, id);
     if (!limit) continue;
     for (const FaceThickness& face : c.facts.thickness.faces)
-      c.Compare(rule, *limit, c.FromMm(rule, face.value), limit->values, unit, id == 3060 ? "thin wall" : "thick wall",
+      c.Compare(rule, *limit, c.FromMm(rule, face.value), limit->values, unit, id == res::kWallThicknessMinParam ? "thin wall" : "thick wall",
                 {face.face}, face.point);
   }
   return {};
 }
 
 Verdict CheckUniformThickness(const RuleInput& rule, Context& c) {
-  const Limit* deviation = c.Active(rule, 3090);
+  const Limit* deviation = c.Active(rule, res::kThicknessDeviationParam);
   if (!deviation) return "its deviation limit is switched off";
   if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
   for (const FaceThickness& face : c.facts.thickness.faces)
@@ -237,7 +212,7 @@ Verdict CheckUniformThickness(const RuleInput& rule, Context& c) {
 }
 
 Verdict CheckThicknessVariation(const RuleInput& rule, Context& c) {
-  const Limit *variation = c.Active(rule, 3070), *transition = c.Active(rule, 3071);
+  const Limit *variation = c.Active(rule, res::kThicknessVariationParam), *transition = c.Active(rule, res::kTransitionLengthParam);
   if (!variation) return "its variation limit is switched off";
   if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
   for (const ThicknessChange& change : c.facts.thickness.changes) {
@@ -250,7 +225,7 @@ Verdict CheckThicknessVariation(const RuleInput& rule, Context& c) {
 }
 
 Verdict CheckSuddenVariation(const RuleInput& rule, Context& c) {
-  const Limit* sudden = c.Active(rule, 3080);
+  const Limit* sudden = c.Active(rule, res::kSuddenThicknessChangeParam);
   if (!sudden) return "its limit is switched off";
   if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
   for (const ThicknessChange& change : c.facts.thickness.changes) {
@@ -262,14 +237,14 @@ Verdict CheckSuddenVariation(const RuleInput& rule, Context& c) {
 }
 
 Verdict CheckUndercut(const RuleInput& rule, Context& c) {
-  const Limit* detect = c.Active(rule, 3050);
+  const Limit* detect = c.Active(rule, res::kDetectUndercutsParam);
   if (!detect || detect->values[0] == 0) return "undercut detection is switched off in the rule";
-  const Limit* depth = c.Active(rule, 3051);
+  const Limit* depth = c.Active(rule, res::kUndercutDepthParam);
   for (const Undercut& undercut : c.facts.undercuts) {
     const double measured = c.FromMm(rule, undercut.depth);
     // The limit is a reporting threshold: undercuts at least this deep are reported.
     if (depth && !Satisfies(measured, depth->op, depth->values)) continue;
-    c.Report(rule, depth ? depth->op : kOpAtLeast, measured, depth ? depth->values[0] : 0.0, LengthUnitText(rule.units.iLengthUnit),
+    c.Report(rule, depth ? depth->op : KVX_OP_GREATER_EQUAL, measured, depth ? depth->values[0] : 0.0, LengthUnitText(rule.units.iLengthUnit),
              "undercut", undercut.faces, undercut.point);
   }
   return {};
@@ -277,7 +252,7 @@ Verdict CheckUndercut(const RuleInput& rule, Context& c) {
 
 Verdict CheckCorePin(const RuleInput& rule, Context& c) {
   if (c.facts.holes.empty()) return "no hole (core pin) was recognised on the part";
-  const Limit *diameter = c.Active(rule, 3100), *slenderness = c.Active(rule, 3101);
+  const Limit *diameter = c.Active(rule, res::kCorePinDiameterParam), *slenderness = c.Active(rule, res::kCorePinLengthParam);
   for (const Hole& hole : c.facts.holes) {
     const std::string what = hole.through ? "core pin (through hole)" : "core pin (blind hole)";
     if (diameter)
@@ -293,7 +268,7 @@ Verdict NeedBosses(const Context& c) { return c.facts.bosses.empty() ? "no boss 
 
 Verdict CheckBossDraft(const RuleInput& rule, Context& c) {
   if (auto none = NeedBosses(c); !none.empty()) return none;
-  const Limit *inner = c.Active(rule, 2468), *outer = c.Active(rule, 2469);
+  const Limit *inner = c.Active(rule, res::kInnerWallDraftParam), *outer = c.Active(rule, res::kOuterWallDraftParam);
   const std::string unit = AngleUnitText(rule.units.iAngleUnit);
   for (const Boss& boss : c.facts.bosses) {
     if (outer) c.Compare(rule, *outer, c.FromDegrees(rule, boss.outerDraft), outer->values, unit, "boss outer wall", boss.faces, boss.point);
@@ -305,7 +280,7 @@ Verdict CheckBossDraft(const RuleInput& rule, Context& c) {
 
 Verdict CheckBossParameters(const RuleInput& rule, Context& c) {
   if (auto none = NeedBosses(c); !none.empty()) return none;
-  const Limit *ratio = c.Active(rule, 3140), *wall = c.Active(rule, 3141), *height = c.Active(rule, 3142);
+  const Limit *ratio = c.Active(rule, res::kBossOuterDiameterParam), *wall = c.Active(rule, res::kBossWallRatioParam), *height = c.Active(rule, res::kBossHeightRatioParam);
   for (const Boss& boss : c.facts.bosses) {
     if (ratio && boss.holeDiameter > 0)
       c.Compare(rule, *ratio, boss.outerDiameter / boss.holeDiameter, ratio->values, "d", "boss", boss.faces, boss.point);
@@ -352,9 +327,9 @@ Verdict CheckBossBaseRadius(const RuleInput& rule, Context& c) {
 
 Verdict CheckBossTipRadius(const RuleInput& rule, Context& c) {
   if (auto none = NeedBosses(c); !none.empty()) return none;
-  const Limit* tip = c.Active(rule, 3020);
+  const Limit* tip = c.Active(rule, res::kBossTipRadiusMinParam);
   if (!tip) return "its limit is switched off";
-  return EachMeasuredBoss(rule, c, 3020, false, [&](const Boss& boss) {
+  return EachMeasuredBoss(rule, c, res::kBossTipRadiusMinParam, false, [&](const Boss& boss) {
     c.Compare(rule, *tip, c.FromMm(rule, boss.tipRadius), tip->values, LengthUnitText(rule.units.iLengthUnit),
               "boss tip radius", boss.faces, boss.point);
   });
@@ -369,8 +344,8 @@ Verdict NeedT(const Context& c) { return c.t > 0 ? Verdict{} : "no wall could be
 Verdict CheckRibParameters(const RuleInput& rule, Context& c) {
   if (auto none = NeedRibs(c); !none.empty()) return none;
   if (auto none = NeedT(c); !none.empty()) return none;
-  const Limit *thickness = c.Active(rule, kRibThicknessRatio), *height = c.Active(rule, kRibHeightRatio),
-              *draft = c.Active(rule, kRibDraft), *spacing = c.Active(rule, kRibSpacingRatio);
+  const Limit *thickness = c.Active(rule, res::kRibThicknessRatioParam), *height = c.Active(rule, res::kRibHeightRatioParam),
+              *draft = c.Active(rule, res::kRibDraftParam), *spacing = c.Active(rule, res::kRibSpacingRatioParam);
   for (std::size_t i = 0; i < c.facts.ribs.size(); ++i) {
     const Rib& rib = c.facts.ribs[i];
     if (thickness) c.Compare(rule, *thickness, rib.thickness / c.t, thickness->values, "t", "rib thickness", rib.faces, rib.point);
@@ -392,7 +367,7 @@ Verdict CheckRibParameters(const RuleInput& rule, Context& c) {
 
 Verdict CheckRibTip(const RuleInput& rule, Context& c) {
   if (auto none = NeedRibs(c); !none.empty()) return none;
-  const Limit* tip = c.Active(rule, kRibTipThickness);
+  const Limit* tip = c.Active(rule, res::kRibTipThicknessParam);
   if (!tip) return "its limit is switched off";
   for (const Rib& rib : c.facts.ribs)
     c.Compare(rule, *tip, c.FromMm(rule, rib.tipThickness), tip->values, LengthUnitText(rule.units.iLengthUnit), "rib tip",
@@ -403,7 +378,7 @@ Verdict CheckRibTip(const RuleInput& rule, Context& c) {
 Verdict CheckRibReinforcement(const RuleInput& rule, Context& c) {
   if (auto none = NeedRibs(c); !none.empty()) return none;
   if (auto none = NeedT(c); !none.empty()) return none;
-  const Limit *area = c.Active(rule, kRibAreaRatio), *height = c.Active(rule, kRibHeightLimit);
+  const Limit *area = c.Active(rule, res::kRibAreaParam), *height = c.Active(rule, res::kRibHeightParam);
   for (const Rib& rib : c.facts.ribs) {
     // The rib's cross-section (a trapezium between its foot and its tip) per wall thickness: a length.
     const double section = (rib.thickness + rib.tipThickness) / 2 * rib.height;
@@ -418,7 +393,7 @@ Verdict CheckRibReinforcement(const RuleInput& rule, Context& c) {
 Verdict CheckRibBaseRadius(const RuleInput& rule, Context& c) {
   if (auto none = NeedRibs(c); !none.empty()) return none;
   if (auto none = NeedT(c); !none.empty()) return none;
-  for (long id : {kRibRadiusMin, kRibRadiusMax}) {
+  for (long id : {res::kRibBaseRadiusMinParam, res::kRibBaseRadiusMaxParam}) {
     const Limit* limit = c.Active(rule, id);
     if (!limit) continue;
     for (const Rib& rib : c.facts.ribs)
@@ -430,7 +405,7 @@ Verdict CheckRibBaseRadius(const RuleInput& rule, Context& c) {
 Verdict CheckCutoutArea(const RuleInput& rule, Context& c) {
   if (c.facts.cutouts.empty()) return "no cut-out was recognised on the part (openings through a wall other than round holes)";
   if (auto none = NeedT(c); !none.empty()) return none;
-  const Limit* area = c.Active(rule, kCutoutAreaRatio);
+  const Limit* area = c.Active(rule, res::kCutoutAreaParam);
   if (!area) return "its limit is switched off";
   for (const Cutout& cutout : c.facts.cutouts)
     c.Compare(rule, *area, c.FromMm(rule, cutout.area / c.t), area->values, LengthUnitText(rule.units.iLengthUnit), "cut-out",
@@ -446,26 +421,26 @@ struct EvaluatorEntry {
 
 const std::vector<EvaluatorEntry>& Evaluators() {
   static const std::vector<EvaluatorEntry> table = {
-      {kDraftAngle, CheckDraft, nullptr},
-      {kVariableDraft, CheckVariableDraft, nullptr},
-      {kHoleDepth, CheckHoleDepth, nullptr},
-      {kHoleSpacing, CheckHoleSpacing, nullptr},
-      {kWallThickness, CheckWallThickness, nullptr},
-      {kUniformThickness, CheckUniformThickness, nullptr},
-      {kThicknessVariation, CheckThicknessVariation, nullptr},
-      {kSuddenVariation, CheckSuddenVariation, nullptr},
-      {kUndercut, CheckUndercut, nullptr},
-      {kCorePin, CheckCorePin, nullptr},
-      {kBossDraft, CheckBossDraft, nullptr},
-      {kBossParameters, CheckBossParameters, nullptr},
-      {kBossBaseRadius, CheckBossBaseRadius, nullptr},
-      {kBossTipRadius, CheckBossTipRadius, nullptr},
-      {kRibParameters, CheckRibParameters, nullptr},
-      {kRibTip, CheckRibTip, nullptr},
-      {kRibReinforcement, CheckRibReinforcement, nullptr},
-      {kRibBaseRadius, CheckRibBaseRadius, nullptr},
-      {kCutoutArea, CheckCutoutArea, nullptr},
-      {kUndercutInterference, nullptr, "interference with the mould's side actions needs the mould, which a part does not carry"},
+      {ids::kDraftAngle, CheckDraft, nullptr},
+      {ids::kVariableDraftAngle, CheckVariableDraft, nullptr},
+      {ids::kHoleDepth, CheckHoleDepth, nullptr},
+      {ids::kSpacingBetweenHoles, CheckHoleSpacing, nullptr},
+      {ids::kMouldedWallThickness, CheckWallThickness, nullptr},
+      {ids::kUniformThickness, CheckUniformThickness, nullptr},
+      {ids::kWallThicknessVariation, CheckThicknessVariation, nullptr},
+      {ids::kSuddenWallThicknessVariation, CheckSuddenVariation, nullptr},
+      {ids::kUndercutDetection, CheckUndercut, nullptr},
+      {ids::kCorePinDiameter, CheckCorePin, nullptr},
+      {ids::kBossDraft, CheckBossDraft, nullptr},
+      {ids::kBossParameters, CheckBossParameters, nullptr},
+      {ids::kBossBaseRadius, CheckBossBaseRadius, nullptr},
+      {ids::kBossTipRadius, CheckBossTipRadius, nullptr},
+      {ids::kRibParameters, CheckRibParameters, nullptr},
+      {ids::kRibTipThickness, CheckRibTip, nullptr},
+      {ids::kRibReinforcement, CheckRibReinforcement, nullptr},
+      {ids::kRibBaseRadius, CheckRibBaseRadius, nullptr},
+      {ids::kMaxCutoutArea, CheckCutoutArea, nullptr},
+      {ids::kUndercutInterference, nullptr, "interference with the mould's side actions needs the mould, which a part does not carry"},
   };
   return table;
 }
@@ -499,8 +474,8 @@ bool AllLimitsOff(const RuleInput& rule) {
 // gives one, else the measured nominal thickness.
 double ThicknessT(const std::vector<RuleInput>& rules, const Facts& facts) {
   for (const RuleInput& rule : rules) {
-    if (rule.id != kUniformThickness || rule.status > 0) continue;
-    if (const Limit* nominal = Context::Active(rule, 3091); nominal && nominal->values[0] > 0)
+    if (rule.id != ids::kUniformThickness || rule.status > 0) continue;
+    if (const Limit* nominal = Context::Active(rule, res::kNominalThicknessParam); nominal && nominal->values[0] > 0)
       return Context::ToMm(rule, nominal->values[0]);
   }
   return facts.thickness.nominal;
@@ -537,12 +512,12 @@ RuleInput DescribeRule(const CKvxRule& rule) {
   for (const auto& parameter : rule.Parameters()) input.limits[parameter->GetId()] = ReadLimit(*parameter);
   // The limits the module shows: those of the (last) "Default" material entry when the rule carries one.
   for (const auto& constraint : rule.Constraints()) {
-    if (kvx::platform::EqualsNoCase(constraint->csName, kvx::platform::Widen(kDefaultConstraint))) {
+    if (kvx::platform::EqualsNoCase(constraint->csName, kvx::res::kDefaultConstraintText)) {
       for (const auto& parameter : constraint->Parameters()) input.limits[parameter->GetId()] = ReadLimit(*parameter);
       continue;
     }
-    const CKvxParamStorage *over = constraint->FindParameterInArray(kToleranceOver), *upto = constraint->FindParameterInArray(kToleranceUpto),
-                           *a = constraint->FindParameterInArray(kToleranceA), *b = constraint->FindParameterInArray(kToleranceB);
+    const CKvxParamStorage *over = constraint->FindParameterInArray(res::kToleranceOverParam), *upto = constraint->FindParameterInArray(res::kToleranceUptoParam),
+                           *a = constraint->FindParameterInArray(res::kToleranceAValueParam), *b = constraint->FindParameterInArray(res::kToleranceBValueParam);
     if (!over || !upto || !a || !b) continue;
     const Limit o = ReadLimit(*over), u = ReadLimit(*upto), av = ReadLimit(*a), bv = ReadLimit(*b);
     auto& rows = input.materials[Narrow(constraint->csName)];
@@ -557,7 +532,7 @@ std::vector<int> EvaluatedRuleIds() {
   std::vector<int> ids;
   for (const auto& entry : Evaluators())
     if (entry.evaluate) ids.push_back(entry.ruleId);
-  ids.push_back(kTolerance);
+  ids.push_back(ids::kMouldingTolerance);
   std::sort(ids.begin(), ids.end());
   return ids;
 }
@@ -594,7 +569,7 @@ CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, co
       report.skipped.push_back({rule.id, rule.name, rule.displayName, "every limit of the rule is switched off", 0});
       continue;
     }
-    if (rule.id == kTolerance) {
+    if (rule.id == ids::kMouldingTolerance) {
       AddTolerances(rule, part, options.material, report);
       continue;
     }
