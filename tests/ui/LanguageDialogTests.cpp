@@ -8,11 +8,6 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QTest>
-#include <memory>
-#include <optional>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "../support/LanguageList.h"
 #include "../support/ModuleFixture.h"
@@ -22,27 +17,25 @@
 #include "kvx/framework/gui/RuleDlgBase.h"
 #include "kvx/res/PictureIds.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
-#include "kvx/rules/CKVXRecoMoldTolRule.h"
-#include "kvx/rules/RecoMoldTolDatabase.h"
 #include "kvx/ui/qt/ListCtrlView.h"
 #include "kvx/ui/qt/MinRibClearanceDialog.h"
 #include "kvx/ui/qt/RecoMoldTolDialog.h"
 
 namespace {
 
-// Every text of `dialog` that is cut: a label, button or check box narrower than its text, a list
-// column narrower than its header or one of its cells.
+// Every text of `dialog` that is cut: a label, button or list box narrower than its text, a list column
+// narrower than its header or one of its cells.
 std::vector<std::string> CutTexts(QWidget& dialog) {
   std::vector<std::string> cut;
-  for (const QLabel* label : dialog.findChildren<QLabel*>()) {
-    if (!label->isVisible() || label->wordWrap() || label->text().isEmpty()) continue;
-    if (label->fontMetrics().horizontalAdvance(label->text()) > label->contentsRect().width()) {
-      cut.push_back("label \"" + label->text().toStdString() + "\"");
+  for (const QLabel* l : dialog.findChildren<QLabel*>()) {
+    if (l->isVisible() && !l->wordWrap() && l->fontMetrics().horizontalAdvance(l->text()) > l->contentsRect().width()) {
+      cut.push_back("label \"" + l->text().toStdString() + "\"");
     }
   }
   for (const QAbstractButton* button : dialog.findChildren<QAbstractButton*>()) {
-    if (!button->isVisible() || button->text().isEmpty()) continue;
-    if (button->width() < button->sizeHint().width()) cut.push_back("button \"" + button->text().toStdString() + "\"");
+    if (button->isVisible() && !button->text().isEmpty() && button->width() < button->sizeHint().width()) {
+      cut.push_back("button \"" + button->text().toStdString() + "\"");
+    }
   }
   for (const QComboBox* box : dialog.findChildren<QComboBox*>()) {
     if (box->isVisible() && box->width() < box->sizeHint().width()) cut.push_back("list box " + box->objectName().toStdString());
@@ -59,11 +52,6 @@ std::vector<std::string> CutTexts(QWidget& dialog) {
   return cut;
 }
 
-class NoFiles final : public kvx::ui::IFileDialog {
- public:
-  std::optional<std::wstring> AskOpenFile(const std::wstring&, unsigned) override { return std::nullopt; }
-};
-
 class DialogsInEveryLanguage : public kvx::test::ModuleFixture {
  protected:
   // Shows `dialog`, checks that no text of it is cut and leaves its screenshot.
@@ -73,12 +61,11 @@ class DialogsInEveryLanguage : public kvx::test::ModuleFixture {
     for (const std::string& text : CutTexts(dialog)) ADD_FAILURE() << name << " (" << language << "): " << text << " is cut";
     kvx::test::SaveScreenshot(dialog, name + "-" + language);
   }
-  kvx::test::MessageRecorder messages_;
-  NoFiles files_;
+  kvx::test::NoMaterialDatabase noDatabase_;
+  kvx::test::FakeFileDialog files_;
 };
 
 TEST_F(DialogsInEveryLanguage, NoTextIsCut) {
-  kvx::rules::SetToleranceCollectorSource([] { return kvx::rules::ToleranceCollector{}; });
   for (const std::string& language : kvx::test::BuiltLanguages()) {
     SCOPED_TRACE(language);
     UseLocalizedLanguage(language);
@@ -103,7 +90,6 @@ TEST_F(DialogsInEveryLanguage, NoTextIsCut) {
     RuleDialog ruleDialog(rulePresenter);
     Check(ruleDialog, "RuleDialog", language);
   }
-  kvx::rules::SetToleranceCollectorSource({});
 }
 
 }  // namespace

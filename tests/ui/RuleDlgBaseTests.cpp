@@ -18,7 +18,7 @@ class EnglishCurrent {
   kvx::platform::ResourceScope scope_{library_.get()};
 };
 
-TEST(RuleDlgBase, ShowsEachParameterWithItsOperatorsValuesAndEnabledBox) {
+TEST(RuleDlgBase, ShowsEachParameterWithItsOperatorsValuesAndEnabledBoxAndKeepsWhatIsEmpty) {
   EnglishCurrent english;
   HandMadeRule rule;
   CKVXRuleDlgBase dialog(rule, {});
@@ -41,6 +41,16 @@ TEST(RuleDlgBase, ShowsEachParameterWithItsOperatorsValuesAndEnabledBox) {
   one.SetEnabled(0, false);
   ASSERT_TRUE(one.Accept());
   EXPECT_TRUE(single.FindParameterInArray(100)->bStatus) << "the flag is not touched where it is not shown";
+
+  // Empty fields and an unknown severity are kept as they were.
+  rule.Values(100).clear();
+  rule.m_lRuleSeverity = 9;
+  CKVXRuleDlgBase untouched(rule, {});
+  EXPECT_EQ(untouched.Rows()[0].valueText, L"");
+  EXPECT_EQ(untouched.SelectedSeverity(), -1);
+  ASSERT_TRUE(untouched.Accept()) << "accepted untouched";
+  EXPECT_TRUE(rule.Values(100).empty());
+  EXPECT_EQ(rule.m_lRuleSeverity, 9);
 }
 
 // Nothing reaches the rule before OK; a hidden second field is not checked, and its value stays.
@@ -127,18 +137,6 @@ TEST(RuleDlgBase, ARuleWithADefaultEntryIsEditedThroughIt) {
   EXPECT_EQ(*rule.FindParameterInConstraintArray(L"Default", 100)->GetDoubleValues(), std::vector<double>{0.75});
   EXPECT_EQ(rule.FindParameterInArray(100)->csUnit, L"in");
   EXPECT_EQ(rule.Values(101), (std::vector<double>{1.0, 3.0})) << "an untouched row is not written";
-}
-
-TEST(RuleDlgBase, EmptyFieldsAndAnUnknownSeverityAreKeptAsTheyWere) {
-  HandMadeRule rule;
-  rule.Values(100).clear();
-  rule.m_lRuleSeverity = 9;
-  CKVXRuleDlgBase dialog(rule, {});
-  EXPECT_EQ(dialog.Rows()[0].valueText, L"");
-  EXPECT_EQ(dialog.SelectedSeverity(), -1);
-  ASSERT_TRUE(dialog.Accept()) << "accepted untouched";
-  EXPECT_TRUE(rule.Values(100).empty());
-  EXPECT_EQ(rule.m_lRuleSeverity, 9);
 }
 
 TEST(RuleDlgBase, ValuesAreReadAndWrittenWithAPointUnlessTheUserSaysOtherwise) {
