@@ -53,26 +53,6 @@ TEST(RuleDlgBase, ShowsEachParameterWithItsOperatorsValuesAndEnabledBoxAndKeepsW
   EXPECT_EQ(rule.m_lRuleSeverity, 9);
 }
 
-// Nothing reaches the rule before OK; a hidden second field is not checked, and its value stays.
-TEST(RuleDlgBase, OkWritesOperatorsValuesEnabledBoxesAndSeverity) {
-  HandMadeRule rule;
-  CKVXRuleDlgBase dialog(rule, {});
-  dialog.SelectOperator(0, 1);
-  dialog.SetValueText(0, 0, L"2.5");
-  dialog.SetEnabled(1, true);
-  dialog.SelectOperator(1, 1);  // ">="
-  dialog.SetValueText(1, 0, L"2");
-  dialog.SetValueText(1, 1, L"not read");
-  dialog.SelectSeverity(4);
-  EXPECT_EQ(rule.Values(100), std::vector<double>{2.0});
-  ASSERT_TRUE(dialog.Accept());
-  EXPECT_EQ(rule.FindParameterInArray(100)->iOperator, KVX_OP_LESS_EQUAL);
-  EXPECT_EQ(rule.Values(100), std::vector<double>{2.5});
-  EXPECT_TRUE(rule.FindParameterInArray(101)->bStatus);
-  EXPECT_EQ(rule.Values(101), (std::vector<double>{2.0, 3.0}));
-  EXPECT_EQ(rule.m_lRuleSeverity, 4);
-}
-
 // Values that cannot make sense, or that the user's notation would turn into another number, refuse OK with
 // one message and write nothing, not even the fields before the bad one; the user's decimal separator is
 // read as such.
