@@ -2,12 +2,10 @@
 // (severity, operator, value), with empty selections reset rather than taken.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <tuple>
 
 #include "../support/ModuleFixture.h"
 #include "kvx/params/TypedParamStorage.h"
-#include "kvx/res/StringIds.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
 #include "kvx/ui/MinRibClearanceDlg.h"
 
@@ -15,31 +13,26 @@ namespace {
 
 using kvx::ui::CKVXIMMinRibClearanceDlg;
 
-// Remembers what the dialog set in its combo boxes.
-class ViewRecorder final : public kvx::ui::IMinRibClearanceDlgView {
- public:
-  void ShowOperator(int index) override { shownOperator = index; }
-  void ShowSeverity(int index) override { shownSeverity = index; }
-  int shownOperator = -2;
-  int shownSeverity = -2;
-};
-
-class MinRibClearanceDlgTest : public kvx::test::ModuleFixture {
+// Opens the dialog on the rule and remembers what it set in its combo boxes.
+class MinRibClearanceDlgTest : public kvx::test::ModuleFixture, public kvx::ui::IMinRibClearanceDlgView {
  protected:
   void SetUp() override {
     ModuleFixture::SetUp();
     rule_ = std::make_unique<CKVXIMMinRibClearanceRule>();  // the rule needs the module context
   }
+  void ShowOperator(int index) override { shownOperator_ = index; }
+  void ShowSeverity(int index) override { shownSeverity_ = index; }
   CKvxParamStorage& Parameter() { return *rule_->FindParameterInArray(2061); }
   std::vector<double>& Values() { return *kvx::params::DoubleValues(&Parameter()); }
-  CKVXIMMinRibClearanceDlg Opened() {
-    CKVXIMMinRibClearanceDlg dialog(rule_.get(), kvx::platform::Picture{"svg", {'x'}});
-    dialog.SetView(&view_);
+  CKVXIMMinRibClearanceDlg Opened(const std::wstring& separator = kvx::platform::UserDecimalSeparator()) {
+    CKVXIMMinRibClearanceDlg dialog(rule_.get(), kvx::platform::Picture{"svg", {'x'}}, separator);
+    dialog.SetView(this);
     dialog.Open();
     return dialog;
   }
   std::unique_ptr<CKVXIMMinRibClearanceRule> rule_;
-  ViewRecorder view_;
+  int shownOperator_ = -2;
+  int shownSeverity_ = -2;
 };
 
 TEST_F(MinRibClearanceDlgTest, OpeningShowsTheValueTheOperatorAndTheSeverity) {
@@ -48,8 +41,7 @@ TEST_F(MinRibClearanceDlgTest, OpeningShowsTheValueTheOperatorAndTheSeverity) {
   EXPECT_EQ(dialog.SelectedOperator(), 1) << "the new rule's >=";
   EXPECT_EQ(dialog.ValueText(), L"3.0");
   EXPECT_EQ(dialog.SelectedSeverity(), 2);
-  EXPECT_EQ(view_.shownOperator, 1);
-  EXPECT_EQ(view_.shownSeverity, 2);
+  EXPECT_EQ(std::tie(shownOperator_, shownSeverity_), std::tuple(1, 2));
   Parameter().iOperator = KVX_OP_LESS;
   EXPECT_EQ(Opened().SelectedOperator(), -1) << "an operator without text in the list selects nothing";
 
@@ -68,17 +60,17 @@ TEST_F(MinRibClearanceDlgTest, OpeningShowsTheValueTheOperatorAndTheSeverity) {
 }
 
 // OK takes severity, operator and value in that order, with no range check; empty selections are reset
-// to the rule's own rather than taken.
+// to the rule's own rather than taken. "1,5" is 1.5 in German, never 15 or 1; a comma where the user writes
+// a point is refused.
 TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValueWithoutARangeCheck) {
   CKVXIMMinRibClearanceDlg dialog = Opened();
   dialog.SelectSeverity(-1);
   dialog.SelectOperator(-1);
-  view_ = ViewRecorder();
+  shownOperator_ = shownSeverity_ = -2;
   dialog.OnOK();
   EXPECT_EQ(rule_->m_lRuleSeverity, 2);
   EXPECT_EQ(Parameter().iOperator, KVX_OP_GREATER_EQUAL);
-  EXPECT_EQ(view_.shownSeverity, 2);
-  EXPECT_EQ(view_.shownOperator, 1);
+  EXPECT_EQ(std::tie(shownOperator_, shownSeverity_), std::tuple(1, 2));
 
   dialog.SelectSeverity(4);
   dialog.SelectOperator(0);
@@ -92,14 +84,12 @@ TEST_F(MinRibClearanceDlgTest, OkTakesSeverityOperatorAndValueWithoutARangeCheck
   Opened().OnOK();
   EXPECT_EQ(Values(), std::vector<double>{0.0}) << "appended to an empty list";
 
-  // "1,5" is 1.5 in German, never 15 or 1; a comma where the user writes a point is refused.
   const std::tuple<const wchar_t*, const wchar_t*, bool> texts[] = {
       {L"12.5", L".", true}, {L"-1", L".", false}, {L"1,5", L".", false}, {L"1.5,", L",", false}, {L"1,5", L",", true}};
   for (const auto& [text, separator, accepted] : texts) {
     EXPECT_EQ(CKVXIMMinRibClearanceDlg::AcceptsValueText(text, separator), accepted) << text << separator;
   }
-  CKVXIMMinRibClearanceDlg german(rule_.get(), {}, L",");
-  german.Open();
+  CKVXIMMinRibClearanceDlg german = Opened(L",");
   german.SetValueText(L"1,5");
   german.OnOK();
   EXPECT_EQ(Values(), std::vector<double>{1.5});

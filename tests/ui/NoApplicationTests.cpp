@@ -10,7 +10,6 @@
 #include "kvx/framework/gui/QtUiServices.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
 #include "kvx/rules/CKVXRecoMoldTolRule.h"
-#include "kvx/rules/RecoMoldTolDatabase.h"
 #include "kvx/ui/qt/RuleDialogs.h"
 
 namespace {
@@ -20,11 +19,6 @@ class NoApplicationTest : public kvx::test::ModuleFixture {
   void SetUp() override {
     ModuleFixture::SetUp();
     ASSERT_EQ(QCoreApplication::instance(), nullptr);
-    kvx::rules::SetToleranceCollectorSource([] { return kvx::rules::ToleranceCollector{}; });
-  }
-  void TearDown() override {
-    kvx::rules::SetToleranceCollectorSource({});
-    ModuleFixture::TearDown();
   }
   // Runs `ask` and expects `refusal` with the one message.
   template <typename Ask>
@@ -38,9 +32,11 @@ class NoApplicationTest : public kvx::test::ModuleFixture {
   kvx::test::ScopedEnv noPlatform_{"QT_QPA_PLATFORM", nullptr};
   kvx::test::ScopedEnv noDisplay_{"DISPLAY", nullptr};
   kvx::test::ScopedEnv noWayland_{"WAYLAND_DISPLAY", nullptr};
+  kvx::test::NoMaterialDatabase noDatabase_;
 };
 
-TEST_F(NoApplicationTest, EveryDialogIsRefusedAndChangesNothing) {
+// Every dialog is refused and changes nothing; message boxes fall back to the console.
+TEST_F(NoApplicationTest, EveryDialogIsRefusedAndMessageBoxesFallBackToTheConsole) {
   CKVXRecoMoldTolRule tolerance(nullptr);
   tolerance.AddMaterialConstraint(L"ABS", true, {{0, 3, 0.1, 0.002}});
   ExpectRefused([&] { return kvx::ui::qt::RunRecoMoldTolDialog(tolerance, L"mm"); });
@@ -59,12 +55,10 @@ TEST_F(NoApplicationTest, EveryDialogIsRefusedAndChangesNothing) {
   clearance.SetDialogService(&dialogs);
   ExpectRefused([&] { clearance.EditRule(); return clearance.LastDialogResult(); }, KVX_DIALOG_UNAVAILABLE);
   EXPECT_EQ(QCoreApplication::instance(), nullptr);
-}
 
-TEST_F(NoApplicationTest, QtMessageBoxesFallBackToTheConsole) {
-  QtMessageBoxService service;
+  QtMessageBoxService boxes;
   testing::internal::CaptureStderr();
-  EXPECT_EQ(service.Show(L"text", L"Korvex", KvxMessageIcon::Exclamation), KVX_IDOK);
+  EXPECT_EQ(boxes.Show(L"text", L"Korvex", KvxMessageIcon::Exclamation), KVX_IDOK);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Korvex: text\n");
 }
 

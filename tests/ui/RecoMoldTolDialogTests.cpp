@@ -8,39 +8,28 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QTest>
-#include <memory>
-#include <optional>
 
 #include "../support/ModuleFixture.h"
+#include "RuleTestSupport.h"
 #include "ViewTestSupport.h"
 #include "kvx/framework/gui/PictureControl.h"
 #include "kvx/res/StringIds.h"
-#include "kvx/rules/CKVXRecoMoldTolRule.h"
-#include "kvx/rules/RecoMoldTolDatabase.h"
 #include "kvx/ui/qt/ListCtrlView.h"
 #include "kvx/ui/qt/RecoMoldTolDialog.h"
 
 namespace {
 
 using kvx::test::CellText;
-using kvx::ui::CKVXRecoMoldTolDlg;
 using kvx::ui::qt::ListCtrlView;
-
-class FixedFileDialog final : public kvx::ui::IFileDialog {
- public:
-  std::optional<std::wstring> AskOpenFile(const std::wstring&, unsigned) override { return answer; }
-  std::optional<std::wstring> answer;
-};
 
 class RecoMoldTolDialogTest : public kvx::test::ModuleFixture {
  protected:
   void SetUp() override {
     ModuleFixture::SetUp();
-    kvx::rules::SetToleranceCollectorSource([] { return kvx::rules::ToleranceCollector{}; });
     rule_ = std::make_unique<CKVXRecoMoldTolRule>(nullptr);
     rule_->AddMaterialConstraint(L"ABS", true, {{0, 3, 0.1, 0.002}, {3, 6, 0.12, 0.0025}});
     rule_->AddMaterialConstraint(L"PC", false, {{0, 10, 0.2, 0.004}});
-    presenter_ = std::make_unique<CKVXRecoMoldTolDlg>(rule_.get(), files_);
+    presenter_ = std::make_unique<kvx::ui::CKVXRecoMoldTolDlg>(rule_.get(), files_);
     presenter_->SetUnitText(L"mm");
     dialog_ = std::make_unique<kvx::ui::qt::RecoMoldTolDialog>(*presenter_);
     for (ListCtrlView* view : {Materials(), Table()}) {
@@ -54,7 +43,6 @@ class RecoMoldTolDialogTest : public kvx::test::ModuleFixture {
                                             ::testing::UnitTest::GetInstance()->current_test_info()->name());
     dialog_.reset();
     presenter_.reset();
-    kvx::rules::SetToleranceCollectorSource({});
     ModuleFixture::TearDown();
   }
 
@@ -78,40 +66,37 @@ class RecoMoldTolDialogTest : public kvx::test::ModuleFixture {
     ASSERT_NE(Table()->Editor(), nullptr);
     QTest::keyClick(Table()->Editor(), key);
   }
-  void ClickOk() { QTest::mouseClick(kvx::test::OkButton(*dialog_), Qt::LeftButton); }
+  kvx::ui::CellPosition EditCell() const { return presenter_->ToleranceTable().EditCell(); }
+  int SelectedMaterial() const { return Materials()->selectionModel()->selectedRows().value(0).row(); }
 
-  FixedFileDialog files_;
+  kvx::test::NoMaterialDatabase noDatabase_;
+  kvx::test::FakeFileDialog files_;
   std::unique_ptr<CKVXRecoMoldTolRule> rule_;
-  std::unique_ptr<CKVXRecoMoldTolDlg> presenter_;
+  std::unique_ptr<kvx::ui::CKVXRecoMoldTolDlg> presenter_;
   std::unique_ptr<kvx::ui::qt::RecoMoldTolDialog> dialog_;
 };
 
-TEST_F(RecoMoldTolDialogTest, ShowsTheListsCaptionsSeverityAndPicture) {
+// What it shows; Delete, Tab, Enter, the arrows and Escape belong to the edit, never to the dialog's buttons.
+TEST_F(RecoMoldTolDialogTest, ShowsTheListsAndTheKeysBelongToTheEdit) {
   EXPECT_EQ(dialog_->NominalCaption()->text().toStdWString(), En(kvx::res::kNominalDimensionCaption) + L"(mm)");
   EXPECT_EQ(dialog_->SeverityBox()->currentIndex(), 3);
   EXPECT_EQ(Table()->font().family(), QStringLiteral("Courier"));
   EXPECT_EQ(CellText(*Materials(), 2, 0).toStdWString(), En(kvx::res::kAddMaterialRow));
   EXPECT_EQ(CellText(*Table(), 1, 2), QStringLiteral("0.12"));
-  EXPECT_EQ(Materials()->selectionModel()->selectedRows().value(0).row(), 0) << "ABS applies by default";
+  EXPECT_EQ(SelectedMaterial(), 0) << "ABS applies by default";
   EXPECT_NE(dialog_->Picture(), nullptr);
-}
 
-// Delete, Tab, Enter, the arrows and Escape belong to the edit, never to the dialog's buttons.
-TEST_F(RecoMoldTolDialogTest, TheKeysOfAnEdit) {
   kvx::test::DoubleClickCell(*Table(), 0, 1);
   Press(Qt::Key_Delete);
   EXPECT_EQ(CellText(*Table(), 0, 0), QStringLiteral("3.0"));
   EXPECT_EQ(Table()->model()->rowCount(), 202) << "the row left, the placeholder and 200 blank rows";
-
   Type(Table(), 1, 0, {"6", "10", "0.15", "0.003"});  // the placeholder row
-  EXPECT_TRUE(dialog_->isVisible());
   EXPECT_EQ(CellText(*Table(), 1, 3), QStringLiteral("0.003"));
   EXPECT_EQ(CellText(*Materials(), 0, 1), QStringLiteral("2")) << "the row count follows";
-  EXPECT_EQ(presenter_->ToleranceTable().EditCell(), (kvx::ui::CellPosition{2, 0})) << "Enter moved on";
-
+  EXPECT_EQ(EditCell(), (kvx::ui::CellPosition{2, 0})) << "Enter moved on";
   Type(Table(), 0, 1, {"4"}, Qt::Key_Down);
   for (Qt::Key key : {Qt::Key_Right, Qt::Key_Up, Qt::Key_Left}) Press(key);
-  EXPECT_EQ(presenter_->ToleranceTable().EditCell(), (kvx::ui::CellPosition{0, 1}));
+  EXPECT_EQ(EditCell(), (kvx::ui::CellPosition{0, 1}));
   QLineEdit* editor = Table()->Editor();
   ASSERT_NE(editor, nullptr);
   editor->selectAll();
@@ -129,7 +114,7 @@ TEST_F(RecoMoldTolDialogTest, MaterialsAddedClickedAndRenamedAreSavedOnceTheirBa
   Type(Materials(), 2, 0, {"PA66"});
   ASSERT_EQ(Materials()->model()->rowCount(), 4);
   EXPECT_EQ(CellText(*Materials(), 1, 0), QStringLiteral("PA66"));
-  EXPECT_EQ(Materials()->selectionModel()->selectedRows().value(0).row(), 1);
+  EXPECT_EQ(SelectedMaterial(), 1);
   Type(Materials(), 3, 0, {"ABS"});
   EXPECT_EQ(messages_.messages.size(), 1u) << "a material that exists";
   EXPECT_EQ(presenter_->CurrentMaterial(), L"ABS");
@@ -143,7 +128,7 @@ TEST_F(RecoMoldTolDialogTest, MaterialsAddedClickedAndRenamedAreSavedOnceTheirBa
   ASSERT_EQ(presenter_->CurrentMaterial(), L"PC-HT");
   Type(Table(), 1, 0, {"5", "20", "0.3", "0.005"});
   Press(Qt::Key_Escape);
-  ClickOk();
+  QTest::mouseClick(kvx::test::OkButton(*dialog_), Qt::LeftButton);
   EXPECT_TRUE(dialog_->isVisible());
   ASSERT_EQ(messages_.messages.size(), 2u);
   EXPECT_NE(messages_.messages[1].text.find(L"PC-HT"), std::wstring::npos);
@@ -153,7 +138,7 @@ TEST_F(RecoMoldTolDialogTest, MaterialsAddedClickedAndRenamedAreSavedOnceTheirBa
   Type(Table(), 1, 0, {"10"});
   Press(Qt::Key_Escape);
   dialog_->SeverityBox()->setCurrentIndex(1);
-  ClickOk();
+  QTest::mouseClick(kvx::test::OkButton(*dialog_), Qt::LeftButton);
   EXPECT_EQ(dialog_->result(), QDialog::Accepted);
   EXPECT_EQ(rule_->m_lRuleSeverity, 1);
   const auto& written = rule_->Constraints();
@@ -163,7 +148,7 @@ TEST_F(RecoMoldTolDialogTest, MaterialsAddedClickedAndRenamedAreSavedOnceTheirBa
 }
 
 TEST_F(RecoMoldTolDialogTest, CtrlIImportsASheetIntoTheCurrentMaterial) {
-  files_.answer = kvx::platform::Widen(std::string(KVX_SOURCE_DIR) + "/tests/ui/data/bands.xlsx");
+  files_.answer = "bands.xlsx";
   dialog_->activateWindow();
   ASSERT_TRUE(QTest::qWaitForWindowActive(dialog_.get()));
   QTest::keyClick(Table(), Qt::Key_I, Qt::ControlModifier);

@@ -1,16 +1,20 @@
 // The Qt views of the rib clearance dialog and of the framework's generic rule dialog, offscreen, and the
-// rule picture they show. Each test leaves a screenshot.
+// rule picture they show; then these and the tolerance dialog in every language: no text is wider than the
+// widget that shows it (the headers and cells of the lists included). Each test leaves a screenshot, the
+// language check one per dialog and language.
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QHeaderView>
 #include <QLabel>
-#include <QTimer>
 #include <QLineEdit>
 #include <QTest>
-#include <string>
+#include <QTimer>
 
+#include "../support/LanguageList.h"
 #include "../support/ModuleFixture.h"
 #include "RuleTestSupport.h"
 #include "ViewTestSupport.h"
@@ -19,9 +23,12 @@
 #include "kvx/framework/gui/RuleDialog.h"
 #include "kvx/framework/gui/RuleDlgBase.h"
 #include "kvx/params/TypedParamStorage.h"
+#include "kvx/res/PictureIds.h"
 #include "kvx/rules/CKVXIMHoleDepthToDiaRule.h"
 #include "kvx/rules/CKVXIMMinRibClearanceRule.h"
+#include "kvx/ui/qt/ListCtrlView.h"
 #include "kvx/ui/qt/MinRibClearanceDialog.h"
+#include "kvx/ui/qt/RecoMoldTolDialog.h"
 #include "kvx/ui/qt/RuleDialogs.h"
 
 namespace {
@@ -80,7 +87,8 @@ TEST_F(MinRibClearanceDialogTest, EditRuleWritesValueOperatorAndSeverityOnOk) {
   EXPECT_NE(rule.m_csSummary.find(L"4.5"), std::wstring::npos) << "the summary is rebuilt after the dialog";
 }
 
-// A number it cannot read keeps the dialog open with the text as typed; a fixed one is written on OK.
+// A number it cannot read keeps the dialog open with the text as typed; a fixed one is written on OK, and a
+// hidden second field is neither checked nor written.
 TEST(RuleDialog, ShowsEveryParameterAndWritesTheEditsOnOk) {
   kvx::test::MessageRecorder messages;
   HandMadeRule rule;
@@ -92,6 +100,10 @@ TEST(RuleDialog, ShowsEveryParameterAndWritesTheEditsOnOk) {
   EXPECT_FALSE(dialog.ValueEdit(0, 1)->isVisible()) << "one value unless the operator is a range";
   EXPECT_TRUE(dialog.ValueEdit(1, 1)->isVisible());
   EXPECT_FALSE(dialog.ValueEdit(2, 0)->isEnabled()) << "a text parameter is shown, not edited";
+  dialog.ValueEdit(1, 0)->selectAll();
+  QTest::keyClicks(dialog.ValueEdit(1, 0), "2");
+  dialog.ValueEdit(1, 1)->selectAll();
+  QTest::keyClicks(dialog.ValueEdit(1, 1), "0.5");  // below the lower value, but hidden (and so not read) next
   dialog.OperatorBox(1)->setCurrentIndex(2);  // "<="
   EXPECT_FALSE(dialog.ValueEdit(1, 1)->isVisible());
   dialog.ValueEdit(0, 0)->selectAll();
@@ -112,6 +124,7 @@ TEST(RuleDialog, ShowsEveryParameterAndWritesTheEditsOnOk) {
   EXPECT_EQ(dialog.result(), QDialog::Accepted);
   EXPECT_EQ(rule.Values(100), std::vector<double>{2.75});
   EXPECT_EQ(rule.FindParameterInArray(101)->iOperator, KVX_OP_LESS_EQUAL);
+  EXPECT_EQ(rule.Values(101), (std::vector<double>{2.0, 3.0})) << "the hidden second value stays";
   EXPECT_TRUE(rule.FindParameterInArray(101)->bStatus);
 }
 
@@ -137,6 +150,75 @@ TEST_F(ModuleRuleDialogTest, ShowsTheLimitsByNameAndReadsTheUsersNotation) {
   EXPECT_EQ(dialog.result(), QDialog::Accepted);
   EXPECT_EQ(*rule.FindParameterInConstraintArray(L"Default", 2347)->GetDoubleValues(), std::vector<double>{3.5});
   EXPECT_EQ(*kvx::params::DoubleValues(rule.FindParameterInArray(2347)), std::vector<double>{3.5});
+}
+
+// Every text of `dialog` that is cut: a label, button or list box narrower than its text, a list column
+// narrower than its header or one of its cells.
+std::vector<std::string> CutTexts(QWidget& dialog) {
+  std::vector<std::string> cut;
+  for (const QLabel* l : dialog.findChildren<QLabel*>()) {
+    if (l->isVisible() && !l->wordWrap() && l->fontMetrics().horizontalAdvance(l->text()) > l->contentsRect().width()) {
+      cut.push_back("label \"" + l->text().toStdString() + "\"");
+    }
+  }
+  for (const QAbstractButton* button : dialog.findChildren<QAbstractButton*>()) {
+    if (button->isVisible() && !button->text().isEmpty() && button->width() < button->sizeHint().width()) {
+      cut.push_back("button \"" + button->text().toStdString() + "\"");
+    }
+  }
+  for (const QComboBox* box : dialog.findChildren<QComboBox*>()) {
+    if (box->isVisible() && box->width() < box->sizeHint().width()) cut.push_back("list box " + box->objectName().toStdString());
+  }
+  for (const auto* view : dialog.findChildren<kvx::ui::qt::ListCtrlView*>()) {
+    const auto* cells = static_cast<const QAbstractItemView*>(view);
+    for (int column = 0; column < view->model()->columnCount(); ++column) {
+      const int width = view->columnWidth(column);
+      if (width < view->horizontalHeader()->sectionSizeHint(column) || width < cells->sizeHintForColumn(column)) {
+        cut.push_back("column \"" + view->model()->headerData(column, Qt::Horizontal).toString().toStdString() + "\"");
+      }
+    }
+  }
+  return cut;
+}
+
+class DialogsInEveryLanguage : public kvx::test::ModuleFixture {
+ protected:
+  // Shows `dialog`, checks that no text of it is cut and leaves its screenshot.
+  void Check(QWidget& dialog, const std::string& name, const std::string& language) {
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    for (const std::string& text : CutTexts(dialog)) ADD_FAILURE() << name << " (" << language << "): " << text << " is cut";
+    kvx::test::SaveScreenshot(dialog, name + "-" + language);
+  }
+  kvx::test::NoMaterialDatabase noDatabase_;
+  kvx::test::FakeFileDialog files_;
+};
+
+TEST_F(DialogsInEveryLanguage, NoTextIsCut) {
+  for (const std::string& language : kvx::test::BuiltLanguages()) {
+    SCOPED_TRACE(language);
+    UseLocalizedLanguage(language);
+    const kvx::platform::ResourceLibrary& library = *kvx::params::Module().localizedResources;
+    kvx::platform::ResourceScope resources(&library);
+
+    CKVXRecoMoldTolRule tolerances(nullptr);
+    tolerances.AddMaterialConstraint(L"ABS", true, {{0, 3, 0.1, 0.002}, {3, 6, 0.12, 0.0025}});
+    kvx::ui::CKVXRecoMoldTolDlg tolerancePresenter(&tolerances, files_);
+    tolerancePresenter.SetUnitText(library.String(2000).value_or(L"mm"));
+    kvx::ui::qt::RecoMoldTolDialog toleranceDialog(tolerancePresenter);
+    Check(toleranceDialog, "RecoMoldTolDialog", language);
+
+    CKVXIMMinRibClearanceRule clearance;
+    kvx::ui::CKVXIMMinRibClearanceDlg clearancePresenter(&clearance,
+                                                         library.PictureById(kvx::res::kRibClearanceRulePicture));
+    kvx::ui::qt::MinRibClearanceDialog clearanceDialog(clearancePresenter);
+    Check(clearanceDialog, "MinRibClearanceDialog", language);
+
+    kvx::test::HandMadeRule rule;
+    kvx::framework::gui::CKVXRuleDlgBase rulePresenter(rule, library.PictureById(kvx::res::kBossDraftRulePicture));
+    RuleDialog ruleDialog(rulePresenter);
+    Check(ruleDialog, "RuleDialog", language);
+  }
 }
 
 }  // namespace
