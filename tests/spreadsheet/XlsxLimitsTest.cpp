@@ -37,11 +37,9 @@ void WriteMember(const fs::path& path, const std::string& name, const std::strin
 
 // Rewrites the inflated size the archive declares for its only member, in both headers.
 void DeclareSize(const fs::path& path, std::uint32_t size) {
-  std::string bytes;
-  {
-    std::ifstream in(path, std::ios::binary);
-    bytes.assign(std::istreambuf_iterator<char>(in), {});
-  }
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(in), {}};
+  in.close();
   const auto patch = [&](const char* signature, std::size_t offset) {
     const std::size_t at = bytes.find(signature);
     ASSERT_NE(at, std::string::npos);
@@ -52,13 +50,10 @@ void DeclareSize(const fs::path& path, std::uint32_t size) {
   std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-struct Archive {
-  ZipArchive archive;
-  explicit Archive(const fs::path& path) {
-    int code = 0;
-    archive.reset(zip_open(path.c_str(), ZIP_RDONLY, &code));
-  }
-};
+ZipArchive Open(const fs::path& path) {
+  int code = 0;
+  return ZipArchive(zip_open(path.c_str(), ZIP_RDONLY, &code));
+}
 
 // Text that deflate shrinks a little, not a thousandfold.
 std::string Varied(std::size_t size) {
@@ -70,54 +65,39 @@ std::string Varied(std::size_t size) {
 }  // namespace
 
 TEST(XlsxLimits, DeclaredPartSizesAreNeverTrustedBeyondTheRealData) {
-  struct Case {
-    const char* what;
-    std::uint32_t declared;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::uint32_t> cases[] = {
       {"a claim its compressed data cannot hold", 1u << 30},
       {"a claim deflate could hold but the data does not", 2u << 20},
       {"a claim shorter than the data", 100},
   };
-  const std::string content = Varied(4000);
-  for (const Case& c : cases) {
+  for (const auto& [what, declared] : cases) {
     const fs::path path = Scratch("lying.zip");
-    WriteMember(path, "part.xml", content);
-    DeclareSize(path, c.declared);
-    Archive archive(path);
-    ASSERT_TRUE(archive.archive) << c.what;
+    WriteMember(path, "part.xml", Varied(4000));
+    DeclareSize(path, declared);
+    const ZipArchive archive = Open(path);
+    ASSERT_TRUE(archive) << what;
     std::string bytes;
-    EXPECT_FALSE(ReadPart(archive.archive.get(), "part.xml", bytes)) << c.what;
-    EXPECT_LT(bytes.capacity(), std::size_t{256} << 10) << c.what;  // memory follows the data, not the claim
+    EXPECT_FALSE(ReadPart(archive.get(), "part.xml", bytes)) << what;
+    EXPECT_LT(bytes.capacity(), std::size_t{256} << 10) << what;  // memory follows the data, not the claim
   }
 }
 
-TEST(XlsxLimits, RowEndsAreSearchedInOnePass) {
+TEST(XlsxLimits, RowEndsAreSearchedInOnePassAndARowLongerThanTheReaderHoldsIsRefused) {
   // One row spanning several blocks: the reader waits for its end without searching the front again.
   std::string sheet = "<worksheet><sheetData><row r=\"1\">";
   for (int i = 0; sheet.size() < 5 * kSheetBlockBytes; ++i) sheet += "<c><v>" + std::to_string(i) + "</v></c>";
   sheet += "</row><row r=\"2\"><c><v>2</v></c></row></sheetData></worksheet>";
-  const fs::path path = Scratch("long-row.zip");
-  WriteMember(path, "sheet.xml", sheet);
-  Archive archive(path);
-  std::size_t rows = 0;
-  std::size_t searched = 0;
-  ASSERT_TRUE(StreamRows(
-      archive.archive.get(), "sheet.xml",
-      [&](const pugi::xml_node& fragment) {
-        for (pugi::xml_node row : fragment.children("row")) rows += row ? 1 : 0;
-      },
-      &searched));
+  WriteMember(Scratch("long-row.zip"), "sheet.xml", sheet);
+  std::size_t rows = 0, searched = 0;
+  const auto count = [&](const pugi::xml_node& fragment) {
+    for (pugi::xml_node row : fragment.children("row")) rows += row ? 1 : 0;
+  };
+  ASSERT_TRUE(StreamRows(Open(Scratch("long-row.zip")).get(), "sheet.xml", count, &searched));
   EXPECT_EQ(rows, 2u);
   EXPECT_LE(searched, 2 * sheet.size());
-}
 
-TEST(XlsxLimits, ARowLongerThanTheReaderHoldsIsRefused) {
-  std::string sheet = "<worksheet><sheetData><row><c><v>";
-  sheet.append(kMaxPendingBytes + 2 * kSheetBlockBytes, '7');
-  sheet += "</v></c></row></sheetData></worksheet>";
-  const fs::path path = Scratch("huge-row.zip");
-  WriteMember(path, "sheet.xml", sheet);
-  Archive archive(path);
-  EXPECT_FALSE(StreamRows(archive.archive.get(), "sheet.xml", [](const pugi::xml_node&) {}));
+  sheet = "<worksheet><sheetData><row><c><v>" + std::string(kMaxPendingBytes + 2 * kSheetBlockBytes, '7') +
+          "</v></c></row></sheetData></worksheet>";
+  WriteMember(Scratch("huge-row.zip"), "sheet.xml", sheet);
+  EXPECT_FALSE(StreamRows(Open(Scratch("huge-row.zip")).get(), "sheet.xml", count));
 }
