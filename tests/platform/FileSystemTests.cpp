@@ -48,8 +48,10 @@ bool FinishesPromptly(Probe probe) {
 
 class FileSystemProbes : public ::testing::Test {
  protected:
+  fs::path Target() const { return folder_ / "rules.xml"; }
   kvx::test::ScratchFolder folder_;
 };
+using AtomicWrite = FileSystemProbes;
 
 TEST_F(FileSystemProbes, ExistenceAndAccessChecks) {
   WriteWholeFile(folder_ / "file.txt", "content");
@@ -106,11 +108,6 @@ TEST_F(FileSystemProbes, CreateDirectoriesReportsCreationOrWhyNot) {
 
 // --- Atomic writing ------------------------------------------------------------------------------
 
-class AtomicWrite : public ::testing::Test {
- protected:
-  fs::path Target() const { return folder_ / "rules.xml"; }
-  kvx::test::ScratchFolder folder_;
-};
 
 TEST_F(AtomicWrite, CreatesReplacesAndWritesThroughALinkWholeButCreatingNeverReplaces) {
   std::string big(5 * 1024 * 1024, '\0');

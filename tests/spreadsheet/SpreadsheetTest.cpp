@@ -235,29 +235,6 @@ TEST_F(SpreadsheetTest, HostileXlsFilesAreReadOrRefused) {
   }
 }
 
-TEST_F(SpreadsheetTest, BigSheetIsReadAcrossBlocks) {
-  std::string xml = R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheetData>)";
-  for (int row = 1; row <= 60000; ++row) {
-    const std::string r = std::to_string(row);
-    xml += "<row r=\"" + r + "\"><c r=\"A" + r + "\"><v>" + r + "</v></c>";
-    if (row % 7 == 0) xml += "<c r=\"C" + r + "\" t=\"inlineStr\"><is><t>t</t></is></c>";
-    xml += "</row>";
-  }
-  xml += "</sheetData></worksheet>";
-  ASSERT_GT(xml.size(), 3u << 20);  // several blocks of rows
-  SpreadsheetTable table;
-  std::wstring error;
-  ASSERT_TRUE(kvx::params::ReadSpreadsheet(Wide(Zip("big.xlsx", ForeignWorkbook(xml))), Columns({L"A", L"C"}), table,
-                                           error));
-  ASSERT_EQ(table.size(), 2u);
-  ASSERT_EQ(table[0].size(), 60000u);
-  EXPECT_EQ(table[0][12344], L"12345.0");
-  EXPECT_EQ(table[0].back(), L"60000.0");
-  ASSERT_EQ(table[1].size(), 59997u);  // the last multiple of 7
-  EXPECT_EQ(table[1][6], L"t");
-  EXPECT_EQ(table[1][7], L"");
-}
-
 // --- Workbook streams built record by record, for what no writer at hand produces -----------------
 
 std::string LittleEndian(std::uint64_t value, int bytes) {
