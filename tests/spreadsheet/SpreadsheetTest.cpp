@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <climits>
+#include <cstring>
 #include <fmt/format.h>
 #include <filesystem>
 #include <fstream>
@@ -18,10 +19,13 @@
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
 #include "kvx/spreadsheet/ColumnWalk.h"
+#include "xlsx/XlsxParts.h"
+#include "xlsx/XlsxRowStream.h"
 #include "../../params/spreadsheet/src/SpreadsheetRoads.h"
 #include "../../params/spreadsheet/src/posix/BiffSheet.h"
 
 namespace fs = std::filesystem;
+namespace xlsx = kvx::sheet::xlsx;
 using kvx::params::ColumnRequest;
 using kvx::params::SpreadsheetTable;
 using kvx::platform::Narrow;
@@ -423,6 +427,81 @@ TEST_F(SpreadsheetTest, SheetCommandPrintsJsonOrRowsAndReportsFailures) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(table[0].run(nullptr), 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "[[\"x\",\"\",\"2.5\"],[\"\u00d8 10 \u00b5m\",\" a \",\" \"]]\n");
+}
+
+// --- The .xlsx reader against hostile archives: what an archive declares is never trusted beyond the data it
+// really holds, and a sheet is searched in one pass however its rows fall into blocks. ------------------
+
+// Rewrites the inflated size the archive declares for its only member, in both headers.
+void DeclareSize(const fs::path& path, std::uint32_t size) {
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(in), {}};
+  in.close();
+  const auto patch = [&](const char* signature, std::size_t offset) {
+    const std::size_t at = bytes.find(signature);
+    ASSERT_NE(at, std::string::npos);
+    std::memcpy(bytes.data() + at + offset, &size, sizeof size);  // little-endian, as the format is
+  };
+  patch("PK\x03\x04", 22);
+  patch("PK\x01\x02", 24);
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+xlsx::ZipArchive Open(const fs::path& path) {
+  int code = 0;
+  return xlsx::ZipArchive(zip_open(path.c_str(), ZIP_RDONLY, &code));
+}
+
+// Text that deflate shrinks a little, not a thousandfold.
+std::string Varied(std::size_t size) {
+  std::string text;
+  for (std::uint32_t x = 12345; text.size() < size; x = x * 1103515245u + 12345u) text += char('a' + (x >> 16) % 26);
+  return text;
+}
+
+using XlsxLimits = SpreadsheetTest;
+
+TEST_F(XlsxLimits, DeclaredPartSizesAreNeverTrustedBeyondTheRealData) {
+  const std::pair<const char*, std::uint32_t> cases[] = {
+      {"a claim its compressed data cannot hold", 1u << 30},
+      {"a claim deflate could hold but the data does not", 2u << 20},
+      {"a claim shorter than the data", 100},
+  };
+  for (const auto& [what, declared] : cases) {
+    const fs::path path = Zip("lying.zip", {{"part.xml", Varied(4000)}});
+    DeclareSize(path, declared);
+    const xlsx::ZipArchive archive = Open(path);
+    ASSERT_TRUE(archive) << what;
+    std::string bytes;
+    EXPECT_FALSE(xlsx::ReadPart(archive.get(), "part.xml", bytes)) << what;
+    EXPECT_LT(bytes.capacity(), std::size_t{256} << 10) << what;  // memory follows the data, not the claim
+  }
+}
+
+TEST_F(XlsxLimits, RowEndsAreSearchedInOnePassAndARowLongerThanTheReaderHoldsIsRefused) {
+  // One row spanning several blocks: the reader waits for its end without searching the front again. Then
+  // many short rows, which blocks cut anywhere: none may be lost or read twice.
+  std::string sheet = "<worksheet><sheetData><row r=\"1\">";
+  for (int i = 0; sheet.size() < 5 * xlsx::kSheetBlockBytes; ++i) sheet += "<c><v>" + std::to_string(i) + "</v></c>";
+  sheet += "</row>";
+  for (int row = 2; row <= 60000; ++row) sheet += "<row><c><v>" + std::to_string(row) + "</v></c></row>";
+  sheet += "</sheetData></worksheet>";
+  const fs::path longRow = Zip("long-row.zip", {{"sheet.xml", sheet}});
+  std::size_t rows = 0, searched = 0, sum = 0;
+  const auto count = [&](const pugi::xml_node& fragment) {
+    for (pugi::xml_node row : fragment.children("row")) {
+      rows += row ? 1 : 0;
+      sum += rows > 1 ? row.child("c").child("v").text().as_ullong() : 0;
+    }
+  };
+  ASSERT_TRUE(xlsx::StreamRows(Open(longRow).get(), "sheet.xml", count, &searched));
+  EXPECT_EQ(rows, 60000u);
+  EXPECT_EQ(sum, 60000u * 60001 / 2 - 1);
+  EXPECT_LE(searched, 2 * sheet.size());
+
+  sheet = "<worksheet><sheetData><row><c><v>" + std::string(xlsx::kMaxPendingBytes + 2 * xlsx::kSheetBlockBytes, '7') +
+          "</v></c></row></sheetData></worksheet>";
+  EXPECT_FALSE(xlsx::StreamRows(Open(Zip("huge-row.zip", {{"sheet.xml", sheet}})).get(), "sheet.xml", count));
 }
 
 }  // namespace
