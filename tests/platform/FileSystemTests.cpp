@@ -23,13 +23,7 @@ std::wstring W(const fs::path& path) { return Widen(path.string()); }
 
 long EntriesIn(const fs::path& folder) { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); }
 
-mode_t ModeOf(const fs::path& path) {
-  struct stat st {};
-  ::stat(path.c_str(), &st);
-  return st.st_mode & 07777;
-}
-
-void MakeReadOnly(const fs::path& path) { fs::permissions(path, fs::perms::owner_read | fs::perms::owner_exec); }
+mode_t ModeOf(const fs::path& path) { return static_cast<mode_t>(fs::status(path).permissions()); }
 
 // Runs `probe` in a child process that an alarm ends after a few seconds: a probe that blocks fails the test
 // instead of hanging the whole run.
@@ -80,7 +74,7 @@ TEST_F(FileSystemProbes, ReadOnlyFileAndFolderAreDenied) {
   EXPECT_EQ(TryOpenExistingForWriting(W(folder_ / "locked.txt")), ProbeError::AccessDenied);
   EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "locked.txt")));
   fs::create_directory(folder_ / "ro");
-  MakeReadOnly(folder_ / "ro");
+  fs::permissions(folder_ / "ro", fs::perms::owner_read | fs::perms::owner_exec);
   EXPECT_FALSE(HasReadWriteAccess(W(folder_ / "ro")));
   EXPECT_EQ(CreateOneDirectory(W(folder_ / "ro" / "Temp")), ProbeError::AccessDenied);
   EXPECT_EQ(CreateDirectories(W(folder_ / "ro" / "a" / "b")), ProbeError::AccessDenied);
@@ -89,21 +83,19 @@ TEST_F(FileSystemProbes, ReadOnlyFileAndFolderAreDenied) {
 
 TEST_F(FileSystemProbes, CreateDirectoriesReportsCreationOrWhyNot) {
   const std::wstring base = W(folder_.Path());
-  const std::pair<std::wstring, ProbeError> steps[] = {
-      {base + L"/a/b/c", ProbeError::None},          {base + L"/a/b/c", ProbeError::AlreadyExists},
-      {base + L"/a", ProbeError::AlreadyExists},      {L"", ProbeError::NotFound},
-      {base + L"/x/y/", ProbeError::None},           {base + L"/x/y//", ProbeError::AlreadyExists},
-      {base + L"/p//q", ProbeError::None}};
-  for (const auto& [path, expected] : steps) EXPECT_EQ(CreateDirectories(path), expected) << Narrow(path);
+  const auto all = CreateDirectories, one = CreateOneDirectory;
+  const std::tuple<decltype(all), std::wstring, ProbeError> steps[] = {
+      {all, base + L"/a/b/c", ProbeError::None},     {all, base + L"/a/b/c", ProbeError::AlreadyExists},
+      {all, base + L"/a", ProbeError::AlreadyExists}, {all, L"", ProbeError::NotFound},
+      {all, base + L"/x/y/", ProbeError::None},      {all, base + L"/x/y//", ProbeError::AlreadyExists},
+      {all, base + L"/p//q", ProbeError::None},      {one, base + L"/one", ProbeError::None},
+      {one, base + L"/one", ProbeError::AlreadyExists}, {one, base + L"/missing/two", ProbeError::NotFound}};
+  for (const auto& [create, path, expected] : steps) EXPECT_EQ(create(path), expected) << Narrow(path);
   EXPECT_TRUE(fs::is_directory(folder_ / "p" / "q"));
   WriteWholeFile(folder_ / "file", "x");
   const ProbeError belowAFile = CreateDirectories(W(folder_ / "file" / "sub"));
   EXPECT_NE(belowAFile, ProbeError::None);
   EXPECT_NE(belowAFile, ProbeError::AlreadyExists);
-
-  EXPECT_EQ(CreateOneDirectory(W(folder_ / "one")), ProbeError::None);
-  EXPECT_EQ(CreateOneDirectory(W(folder_ / "one")), ProbeError::AlreadyExists);
-  EXPECT_EQ(CreateOneDirectory(W(folder_ / "missing" / "two")), ProbeError::NotFound);
 }
 
 // --- Atomic writing ------------------------------------------------------------------------------
