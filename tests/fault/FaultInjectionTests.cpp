@@ -96,14 +96,10 @@ class Faults : public ::testing::Test {
 
   // The shim, set to inject `fault` into calls on paths under `folder`.
   Environment Injecting(const Fault& fault, const fs::path& folder, bool noUnnamedFiles) const {
-    Environment environment = Database(folder_ / "materials.sqlite");
-    environment.insert(environment.end(), {{"LD_PRELOAD", KVX_FAULT_SHIM},
-                                           {"KVX_FAULT_CALL", fault.call},
-                                           {"KVX_FAULT_PATH", folder.string()},
-                                           {fault.bytes ? "KVX_FAULT_BYTES" : "KVX_FAULT_AFTER", std::to_string(fault.after)},
-                                           {"KVX_FAULT_ERRNO", std::to_string(fault.error)},
-                                           {"KVX_FAULT_NO_TMPFILE", noUnnamedFiles ? "1" : "0"}});
-    return environment;
+    return {{"KVX_MATERIAL_DB", (folder_ / "materials.sqlite").string()}, {"LD_PRELOAD", KVX_FAULT_SHIM},
+            {"KVX_FAULT_CALL", fault.call}, {"KVX_FAULT_PATH", folder.string()},
+            {fault.bytes ? "KVX_FAULT_BYTES" : "KVX_FAULT_AFTER", std::to_string(fault.after)},
+            {"KVX_FAULT_ERRNO", std::to_string(fault.error)}, {"KVX_FAULT_NO_TMPFILE", noUnnamedFiles ? "1" : "0"}};
   }
 
   Finished Run(const std::vector<std::string>& args, const Environment& environment) const {
