@@ -10,16 +10,11 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <sstream>
-#include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -43,17 +38,14 @@ std::string Describe(const Fault& fault) {
 
 std::string ReadFile(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 // The names in `folder` other than `keep`: what a write left behind.
 std::vector<std::string> LeftIn(const fs::path& folder, const std::string& keep) {
   std::vector<std::string> left;
-  for (const auto& entry : fs::directory_iterator(folder)) {
+  for (const auto& entry : fs::directory_iterator(folder))
     if (entry.path().filename() != keep) left.push_back(entry.path().filename().string());
-  }
   return left;
 }
 
@@ -64,42 +56,29 @@ struct Finished {
 };
 
 // kvxim as its own process, standard error into `errFile`, `environment` added to ours.
-class Kvxim {
- public:
-  Kvxim(const std::vector<std::string>& args, const Environment& environment, fs::path errFile)
-      : errFile_(std::move(errFile)) {
-    pid_ = ::fork();
-    if (pid_ != 0) return;
+struct Kvxim {
+  fs::path errFile;
+  pid_t pid = ::fork();
+
+  Kvxim(std::vector<std::string> args, const Environment& environment, fs::path err) : errFile(std::move(err)) {
+    if (pid != 0) return;
     for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
-    const int nothing = ::open("/dev/null", O_RDWR);
-    const int err = ::open(errFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ::dup2(nothing, 0);
-    ::dup2(nothing, 1);
-    ::dup2(err, 2);
-    std::string program = KVX_BIN_DIR "/kvxim";
-    std::vector<char*> argv{program.data()};
-    std::vector<std::string> copies = args;
-    for (std::string& arg : copies) argv.push_back(arg.data());
+    ::dup2(::open("/dev/null", O_RDWR), 0);
+    ::dup2(::open("/dev/null", O_RDWR), 1);
+    ::dup2(::open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
+    args.insert(args.begin(), KVX_BIN_DIR "/kvxim");
+    std::vector<char*> argv;
+    for (std::string& arg : args) argv.push_back(arg.data());
     argv.push_back(nullptr);
-    ::execv(program.c_str(), argv.data());
+    ::execv(argv[0], argv.data());
     ::_exit(127);
   }
 
-  void Kill() const { ::kill(pid_, SIGKILL); }
-
   Finished Wait() const {
     int status = 0;
-    ::waitpid(pid_, &status, 0);
-    return {WIFSIGNALED(status), WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(errFile_)};
+    ::waitpid(pid, &status, 0);
+    return {WIFSIGNALED(status), WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(errFile)};
   }
-
- private:
-  fs::path errFile_;
-  pid_t pid_ = -1;
-};
-
-struct Tally {
-  int tries = 0, oldIntact = 0, newComplete = 0;
 };
 
 class Faults : public ::testing::Test {
@@ -108,6 +87,8 @@ class Faults : public ::testing::Test {
     folder_ = fs::temp_directory_path() / ("kvx-fault-" + std::to_string(::getpid()) + "-" +
                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::create_directories(folder_ / "out");
+    factory_ = folder_ / "factory.xml", inches_ = folder_ / "inches.xml", target_ = folder_ / "out" / "rules.xml";
+    plain_ = Database(folder_ / "materials.sqlite");
   }
   void TearDown() override { fs::remove_all(folder_); }
 
@@ -115,14 +96,10 @@ class Faults : public ::testing::Test {
 
   // The shim, set to inject `fault` into calls on paths under `folder`.
   Environment Injecting(const Fault& fault, const fs::path& folder, bool noUnnamedFiles) const {
-    Environment environment = Database(folder_ / "materials.sqlite");
-    environment.insert(environment.end(), {{"LD_PRELOAD", KVX_FAULT_SHIM},
-                                           {"KVX_FAULT_CALL", fault.call},
-                                           {"KVX_FAULT_PATH", folder.string()},
-                                           {fault.bytes ? "KVX_FAULT_BYTES" : "KVX_FAULT_AFTER", std::to_string(fault.after)},
-                                           {"KVX_FAULT_ERRNO", std::to_string(fault.error)},
-                                           {"KVX_FAULT_NO_TMPFILE", noUnnamedFiles ? "1" : "0"}});
-    return environment;
+    return {{"KVX_MATERIAL_DB", (folder_ / "materials.sqlite").string()}, {"LD_PRELOAD", KVX_FAULT_SHIM},
+            {"KVX_FAULT_CALL", fault.call}, {"KVX_FAULT_PATH", folder.string()},
+            {fault.bytes ? "KVX_FAULT_BYTES" : "KVX_FAULT_AFTER", std::to_string(fault.after)},
+            {"KVX_FAULT_ERRNO", std::to_string(fault.error)}, {"KVX_FAULT_NO_TMPFILE", noUnnamedFiles ? "1" : "0"}};
   }
 
   Finished Run(const std::vector<std::string>& args, const Environment& environment) const {
@@ -142,10 +119,8 @@ class Faults : public ::testing::Test {
     if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) problem = "cannot be opened";
     const auto text = [&](const char* sql) {
       sqlite3_stmt* statement = nullptr;
-      std::string result;
-      if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) == SQLITE_OK && sqlite3_step(statement) == SQLITE_ROW) {
-        result = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-      }
+      sqlite3_prepare_v2(db, sql, -1, &statement, nullptr);
+      std::string result = sqlite3_step(statement) == SQLITE_ROW ? (const char*)sqlite3_column_text(statement, 0) : "";
       sqlite3_finalize(statement);
       return result;
     };
@@ -155,7 +130,20 @@ class Faults : public ::testing::Test {
     return problem;
   }
 
-  fs::path folder_;
+  std::vector<std::string> ConvertTo(const fs::path& file) const {
+    return {"convert", factory_.string(), "--length", "inch", "--angle", "radian", "-o", file.string()};
+  }
+
+  // The factory rule set, and the same in inches; returns how long the conversion took.
+  std::chrono::steady_clock::duration WriteRuleSets() const {
+    RunCleanly({"new", "-o", factory_.string()}, plain_);
+    const auto started = std::chrono::steady_clock::now();
+    RunCleanly(ConvertTo(inches_), plain_);
+    return std::chrono::steady_clock::now() - started;
+  }
+
+  fs::path folder_, factory_, inches_, target_;
+  Environment plain_;  // no faults
 };
 
 const Fault kErrorFaults[] = {
@@ -168,47 +156,41 @@ const Fault kKills[] = {
 };
 
 TEST_F(Faults, SavedRuleSetIsTheOldOneOrTheNewOneWhole) {
-  const fs::path factory = folder_ / "factory.xml", inches = folder_ / "inches.xml", target = folder_ / "out" / "rules.xml";
-  const Environment plain = Database(folder_ / "materials.sqlite");
-  RunCleanly({"new", "-o", factory.string()}, plain);
-  RunCleanly({"convert", factory.string(), "--length", "inch", "--angle", "radian", "-o", inches.string()}, plain);
+  WriteRuleSets();
   const struct {
     std::vector<std::string> args;
     fs::path old, written;
     bool noUnnamedFiles;
   } saves[] = {
-      {{"new", "-o", target.string()}, inches, factory, false},
-      {{"new", "-o", target.string()}, inches, factory, true},
-      {{"convert", factory.string(), "--length", "inch", "--angle", "radian", "-o", target.string()}, factory, inches,
-       false},
+      {{"new", "-o", target_.string()}, inches_, factory_, false},
+      {{"new", "-o", target_.string()}, inches_, factory_, true},
+      {ConvertTo(target_), factory_, inches_, false},
   };
   std::vector<Fault> faults(std::begin(kErrorFaults), std::end(kErrorFaults));
   faults.insert(faults.end(), std::begin(kKills), std::end(kKills));
-  Tally tally;
+  int tries = 0, oldIntact = 0, newComplete = 0;
   for (const auto& save : saves) {
     const std::string old = ReadFile(save.old), written = ReadFile(save.written);
     for (const Fault& fault : faults) {
       SCOPED_TRACE(save.args.front() + (save.noUnnamedFiles ? " (named temporary files), " : ", ") + Describe(fault));
-      fs::copy_file(save.old, target, fs::copy_options::overwrite_existing);
-      const Finished run = Run(save.args, Injecting(fault, target.parent_path(), save.noUnnamedFiles));
-      const std::string now = ReadFile(target);
-      ++tally.tries;
-      tally.oldIntact += now == old;
-      tally.newComplete += now == written;
+      fs::copy_file(save.old, target_, fs::copy_options::overwrite_existing);
+      const Finished run = Run(save.args, Injecting(fault, target_.parent_path(), save.noUnnamedFiles));
+      const std::string now = ReadFile(target_);
+      ++tries;
+      oldIntact += now == old;
+      newComplete += now == written;
       EXPECT_TRUE(now == old || now == written) << "damaged: " << now.size() << " bytes";
-      if (run.exitCode == 0) {
-        EXPECT_EQ(now, written);
-      }
+      if (run.exitCode == 0) { EXPECT_EQ(now, written); }
       if (fault.error != kKill && run.exitCode != 0) {
-        EXPECT_NE(run.err.find(target.string() + ": " + std::strerror(fault.error)), std::string::npos) << run.err;
+        EXPECT_NE(run.err.find(target_.string() + ": " + std::strerror(fault.error)), std::string::npos) << run.err;
       }
       // A failed write cleans up at once; what a killed one left is gone after the next write.
-      if (fault.error == kKill) RunCleanly(save.args, plain);
-      EXPECT_EQ(LeftIn(target.parent_path(), "rules.xml"), std::vector<std::string>{});
+      if (fault.error == kKill) RunCleanly(save.args, plain_);
+      EXPECT_EQ(LeftIn(target_.parent_path(), "rules.xml"), std::vector<std::string>{});
     }
   }
   std::printf("rule-set saves under faults: %d tries, %d old files intact, %d new files complete, %d damaged\n",
-              tally.tries, tally.oldIntact, tally.newComplete, tally.tries - tally.oldIntact - tally.newComplete);
+              tries, oldIntact, newComplete, tries - oldIntact - newComplete);
 }
 
 TEST_F(Faults, FirstMaterialDatabaseIsWholeOrAbsent) {
@@ -232,9 +214,7 @@ TEST_F(Faults, FirstMaterialDatabaseIsWholeOrAbsent) {
     if (fault.error != kKill && run.exitCode != 0) {
       EXPECT_NE(run.err.find(std::strerror(fault.error)), std::string::npos) << run.err;
     }
-    if (fault.error != kKill) {
-      EXPECT_EQ(LeftIn(folder, "materials.sqlite"), std::vector<std::string>{});
-    }
+    if (fault.error != kKill) { EXPECT_EQ(LeftIn(folder, "materials.sqlite"), std::vector<std::string>{}); }
     RunCleanly({"materials"}, Database(database));
     EXPECT_EQ(DatabaseProblem(database), "");
     EXPECT_EQ(LeftIn(folder, "materials.sqlite"), std::vector<std::string>{});
@@ -246,29 +226,25 @@ TEST_F(Faults, FirstMaterialDatabaseIsWholeOrAbsent) {
 
 // Kills at random moments of a save and of the first database creation, and programs that run at once.
 TEST_F(Faults, KilledAtRandomOrRunningAtOnceLeaveAValidResult) {
-  const fs::path factory = folder_ / "factory.xml", inches = folder_ / "inches.xml", target = folder_ / "out" / "rules.xml";
   const fs::path database = folder_ / "db" / "materials.sqlite";
-  const Environment plain = Database(folder_ / "materials.sqlite");
-  RunCleanly({"new", "-o", factory.string()}, plain);
-  const auto started = std::chrono::steady_clock::now();
-  RunCleanly({"convert", factory.string(), "--length", "inch", "--angle", "radian", "-o", inches.string()}, plain);
-  const auto usual = std::chrono::steady_clock::now() - started;  // how long a kill may wait: up to a whole run
-  const std::string old = ReadFile(inches), written = ReadFile(factory);
-  const std::vector<std::string> save = {"new", "-o", target.string()};
+  const auto usual = WriteRuleSets();  // how long a kill may wait: up to a whole run
+  const std::string old = ReadFile(inches_), written = ReadFile(factory_);
+  const std::vector<std::string> save = {"new", "-o", target_.string()};
   std::mt19937 random(std::random_device{}());
   std::uniform_int_distribution<long> moment(0, std::chrono::duration_cast<std::chrono::microseconds>(usual).count());
   int tries = 0, valid = 0;
   for (int round = 0; round < 6; ++round) {
     fs::remove_all(database.parent_path());
-    fs::copy_file(inches, target, fs::copy_options::overwrite_existing);
-    const Kvxim saving(save, plain, folder_ / "stderr-save"), creating({"materials"}, Database(database), folder_ / "stderr-db");
+    fs::copy_file(inches_, target_, fs::copy_options::overwrite_existing);
+    const Kvxim saving(save, plain_, folder_ / "stderr-save");
+    const Kvxim creating({"materials"}, Database(database), folder_ / "stderr-db");
     std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
-    saving.Kill();
-    creating.Kill();
+    ::kill(saving.pid, SIGKILL);
+    ::kill(creating.pid, SIGKILL);
     saving.Wait();
     creating.Wait();
     tries += 2;
-    valid += ReadFile(target) == old || ReadFile(target) == written;
+    valid += ReadFile(target_) == old || ReadFile(target_) == written;
     valid += !fs::exists(database) || DatabaseProblem(database).empty();
   }
   for (int round = 0; round < 3; ++round) {
@@ -286,12 +262,12 @@ TEST_F(Faults, KilledAtRandomOrRunningAtOnceLeaveAValidResult) {
       EXPECT_EQ(run.err, "") << "no warning";
     }
     tries += 2;
-    valid += ReadFile(target) == written;
+    valid += ReadFile(target_) == written;
     valid += DatabaseProblem(database).empty();
   }
-  RunCleanly(save, plain);
+  RunCleanly(save, plain_);
   RunCleanly({"materials"}, Database(database));
-  EXPECT_EQ(LeftIn(target.parent_path(), "rules.xml"), std::vector<std::string>{});
+  EXPECT_EQ(LeftIn(target_.parent_path(), "rules.xml"), std::vector<std::string>{});
   EXPECT_EQ(LeftIn(database.parent_path(), "materials.sqlite"), std::vector<std::string>{});
   std::printf("killed at random or running at once: %d tries, %d valid results\n", tries, valid);
   EXPECT_EQ(valid, tries);

@@ -26,11 +26,6 @@ static long Setting(const char* name, long fallback) {
   return text && *text ? strtol(text, NULL, 10) : fallback;
 }
 
-static int Chosen(const char* call) {
-  const char* chosen = getenv("KVX_FAULT_CALL");
-  return chosen && strcmp(chosen, call) == 0;
-}
-
 static int Concerns(const char* path) {
   const char* part = getenv("KVX_FAULT_PATH");
   return !part || (path && strstr(path, part));
@@ -49,7 +44,8 @@ static long calls, bytes;
 
 // How much of a call of `size` bytes may go through: all of it, part of it, or -1 (the call fails).
 static ssize_t Allowed(const char* call, int concerned, size_t size) {
-  if (!concerned || !Chosen(call)) return (ssize_t)size;
+  const char* chosen = getenv("KVX_FAULT_CALL");
+  if (!concerned || !chosen || strcmp(chosen, call) != 0) return (ssize_t)size;
   const long byteLimit = Setting("KVX_FAULT_BYTES", -1);
   long done, first;
   if (byteLimit >= 0) {
@@ -80,21 +76,16 @@ static int OpenAt(int folder, const char* path, int flags, va_list rest) {
   return REAL(openat)(folder, path, flags, mode);
 }
 
-int open(const char* path, int flags, ...) {
-  va_list rest;
-  va_start(rest, flags);
-  const int fd = OpenAt(AT_FDCWD, path, flags, rest);
-  va_end(rest);
-  return fd;
-}
+// Both open calls hand their optional mode on to OpenAt.
+#define OPEN_WITH_REST(folder)                             \
+  va_list rest;                                            \
+  va_start(rest, flags);                                   \
+  const int fd = OpenAt(folder, path, flags, rest);        \
+  va_end(rest);                                            \
+  return fd
 
-int openat(int folder, const char* path, int flags, ...) {
-  va_list rest;
-  va_start(rest, flags);
-  const int fd = OpenAt(folder, path, flags, rest);
-  va_end(rest);
-  return fd;
-}
+int open(const char* path, int flags, ...) { OPEN_WITH_REST(AT_FDCWD); }
+int openat(int folder, const char* path, int flags, ...) { OPEN_WITH_REST(folder); }
 
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 int openat64(int folder, const char* path, int flags, ...) __attribute__((alias("openat")));

@@ -23,7 +23,7 @@ const std::wstring kPlainFixture = Fixture(L"kvx_platform_fixture_plain");
 
 // --- Dynamic libraries -------------------------------------------------------------------------
 
-TEST(DynamicLibrary, LoadsByPathAndFindsExportsButNeverLoadsOnFind) {
+TEST(DynamicLibrary, LoadsByPathFindsExportsButNeverLoadsOnFindAndKnowsItsAbsolutePath) {
   EXPECT_EQ(DynamicLibrary::FindLoaded(kPlainFixture), nullptr);
   std::wstring error;
   const auto library = DynamicLibrary::Load(kResFixture, &error);
@@ -32,28 +32,14 @@ TEST(DynamicLibrary, LoadsByPathAndFindsExportsButNeverLoadsOnFind) {
   ASSERT_NE(answer, nullptr);
   EXPECT_EQ(answer(), 42);
   EXPECT_EQ(library->Symbol("NoSuchExport"), nullptr);
-  const auto loaded = DynamicLibrary::Load(kPlainFixture);
-  ASSERT_TRUE(loaded);
-  const auto found = DynamicLibrary::FindLoaded(kPlainFixture);
-  ASSERT_TRUE(found);
-  EXPECT_NE(found->Symbol("KvxFixturePlain"), nullptr);
-}
-
-TEST(DynamicLibrary, MissingEmptyOrFakeFileFailsWithAReason) {
-  kvx::test::ScratchFolder folder;
-  kvx::test::WriteWholeFile(folder / "libfake.so", "not an ELF file");
-  for (const std::wstring& path : {Fixture(L"kvx_no_such_library"), std::wstring(L"libkvx_no_such_library.so"),
-                                   std::wstring(), Widen((folder / "libfake.so").string())}) {
-    std::wstring error;
-    EXPECT_EQ(DynamicLibrary::Load(path, &error), nullptr) << Narrow(path);
-    EXPECT_FALSE(error.empty()) << Narrow(path);
-    EXPECT_EQ(DynamicLibrary::Load(path), nullptr) << "without an error text either";
+  {
+    const auto loaded = DynamicLibrary::Load(kPlainFixture);  // unloaded again before the relative load below
+    ASSERT_TRUE(loaded);
+    const auto found = DynamicLibrary::FindLoaded(kPlainFixture);
+    ASSERT_TRUE(found);
+    EXPECT_NE(found->Symbol("KvxFixturePlain"), nullptr);
   }
-}
 
-TEST(DynamicLibrary, PathOfBinaryContainingIsAbsolute) {
-  const auto library = DynamicLibrary::Load(kResFixture);
-  ASSERT_TRUE(library);
   const std::wstring libraryPath = PathOfBinaryContaining(library->Symbol("KvxFixtureAnswer"));
   EXPECT_TRUE(std::filesystem::equivalent(Narrow(libraryPath), Narrow(kResFixture)));
   const std::wstring self = PathOfBinaryContaining(reinterpret_cast<const void*>(&Fixture));
@@ -77,6 +63,18 @@ TEST(DynamicLibrary, PathOfBinaryContainingIsAbsolute) {
   EXPECT_TRUE(std::filesystem::equivalent(Narrow(path), Narrow(kPlainFixture)));
 }
 
+TEST(DynamicLibrary, MissingEmptyOrFakeFileFailsWithAReason) {
+  kvx::test::ScratchFolder folder;
+  kvx::test::WriteWholeFile(folder / "libfake.so", "not an ELF file");
+  for (const std::wstring& path : {Fixture(L"kvx_no_such_library"), std::wstring(L"libkvx_no_such_library.so"),
+                                   std::wstring(), Widen((folder / "libfake.so").string())}) {
+    std::wstring error;
+    EXPECT_EQ(DynamicLibrary::Load(path, &error), nullptr) << Narrow(path);
+    EXPECT_FALSE(error.empty()) << Narrow(path);
+    EXPECT_EQ(DynamicLibrary::Load(path), nullptr) << "without an error text either";
+  }
+}
+
 // --- Resource libraries --------------------------------------------------------------------------
 
 TEST(ResourceLibrary, LoadsStringsAndPicturesOrNothing) {
@@ -94,66 +92,50 @@ TEST(ResourceLibrary, LoadsStringsAndPicturesOrNothing) {
   }
 }
 
-class CurrentResourceLibrary : public ::testing::Test {
- protected:
-  void SetUp() override {
-    first_ = ResourceLibrary::Load(kResFixture);
-    second_ = ResourceLibrary::Load(kResFixture);
-    ASSERT_TRUE(first_ && second_);
-    saved_ = SetCurrentResourceLibrary(nullptr);
-  }
-  void TearDown() override { SetCurrentResourceLibrary(saved_); }
-  static const ResourceLibrary* Current() { return kvx::platform::CurrentResourceLibrary(); }
-
-  std::unique_ptr<ResourceLibrary> first_;
-  std::unique_ptr<ResourceLibrary> second_;
-  const ResourceLibrary* saved_ = nullptr;
-};
-
-TEST_F(CurrentResourceLibrary, TextsComeFromTheCurrentOne) {
+// The process-wide current library: texts come from it, scopes nest and restore in order, and a released
+// library is never current again.
+TEST(CurrentResourceLibrary, TextsScopesAndReleasedLibraries) {
+  ResourceScope restoreAtTheEnd(nullptr);
+  SetCurrentResourceLibrary(nullptr);
+  auto first = ResourceLibrary::Load(kResFixture), second = ResourceLibrary::Load(kResFixture);
+  ASSERT_TRUE(first && second);
   EXPECT_EQ(LoadResString(1), L"");
   EXPECT_TRUE(LoadResPicture(10).empty());
-  EXPECT_EQ(SetCurrentResourceLibrary(first_.get()), nullptr);
+  EXPECT_EQ(SetCurrentResourceLibrary(first.get()), nullptr);
   EXPECT_EQ(LoadResString(1), L"fixture one");
   EXPECT_EQ(LoadResString(999), L"");
   EXPECT_EQ(LoadResPicture(10).format, "svg");
-  EXPECT_EQ(SetCurrentResourceLibrary(second_.get()), first_.get());
-}
+  EXPECT_EQ(SetCurrentResourceLibrary(second.get()), first.get());
 
-TEST_F(CurrentResourceLibrary, ScopesNestAndRestoreInOrder) {
-  SetCurrentResourceLibrary(first_.get());
+  SetCurrentResourceLibrary(first.get());
   {
-    ResourceScope outer(second_.get());
-    EXPECT_EQ(Current(), second_.get());
+    ResourceScope outer(second.get());
+    EXPECT_EQ(CurrentResourceLibrary(), second.get());
     {
-      ResourceScope inner(first_.get());
-      EXPECT_EQ(Current(), first_.get());
+      ResourceScope inner(first.get());
+      EXPECT_EQ(CurrentResourceLibrary(), first.get());
       // Someone inside the scope switches without a guard: the scope still puts its saved one back.
       SetCurrentResourceLibrary(nullptr);
     }
-    EXPECT_EQ(Current(), second_.get());
+    EXPECT_EQ(CurrentResourceLibrary(), second.get());
     {
       ResourceScope none(nullptr);
-      EXPECT_EQ(Current(), second_.get()) << "a null scope keeps the current one";
-      SetCurrentResourceLibrary(first_.get());
+      EXPECT_EQ(CurrentResourceLibrary(), second.get()) << "a null scope keeps the current one";
+      SetCurrentResourceLibrary(first.get());
     }
-    EXPECT_EQ(Current(), second_.get());
+    EXPECT_EQ(CurrentResourceLibrary(), second.get());
   }
-  EXPECT_EQ(Current(), first_.get());
-}
-
-TEST_F(CurrentResourceLibrary, ReleasedLibraryIsNeverCurrentAgain) {
-  SetCurrentResourceLibrary(first_.get());
-  first_.reset();
-  EXPECT_EQ(Current(), nullptr);
+  EXPECT_EQ(CurrentResourceLibrary(), first.get());
+  first.reset();
+  EXPECT_EQ(CurrentResourceLibrary(), nullptr);
 
   // A scope that saved a library which is released meanwhile must not bring the dangling pointer back.
   auto doomed = ResourceLibrary::Load(kResFixture);
   SetCurrentResourceLibrary(doomed.get());
   {
-    ResourceScope scope(second_.get());
+    ResourceScope scope(second.get());
     doomed.reset();
   }
-  EXPECT_EQ(Current(), nullptr);
+  EXPECT_EQ(CurrentResourceLibrary(), nullptr);
   EXPECT_EQ(LoadResString(1), L"");
 }

@@ -27,23 +27,14 @@ TEST(Environment, ReadsAndExactComparison) {
   EXPECT_TRUE(EnvEquals("ZVX_BETA_RULES", "1"));
 }
 
-// Sets the three locale variables for a test; nullopt removes one.
-class UserLocale : public ::testing::Test {
- protected:
-  void Use(std::optional<std::string> all, std::optional<std::string> messages, std::optional<std::string> lang) {
-    all_.emplace("LC_ALL", std::move(all));
-    messages_.emplace("LC_MESSAGES", std::move(messages));
-    lang_.emplace("LANG", std::move(lang));
-  }
-
- private:
-  // Restored in reverse order of setting, LANG last.
-  std::optional<ScopedEnv> lang_;
-  std::optional<ScopedEnv> messages_;
-  std::optional<ScopedEnv> all_;
+// Sets LC_ALL, LC_MESSAGES and LANG for a scope (a null value removes one), restored in reverse order, LANG last.
+struct LocaleVariables {
+  ScopedEnv lang, messages, all;
+  LocaleVariables(const char* all, const char* messages, const char* lang)
+      : lang("LANG", lang), messages("LC_MESSAGES", messages), all("LC_ALL", all) {}
 };
 
-TEST_F(UserLocale, LanguageIdsFollowTheWindowsValues) {
+TEST(UserLocale, LanguageIdsFollowTheWindowsValuesAndTheVariablesInOrder) {
   const std::pair<const char*, unsigned> cases[] = {
       {"de_DE.UTF-8", 1031}, {"de_AT.UTF-8", 3079}, {"de_CH", 2055},        {"de", 1031},
       {"en_US.UTF-8", 1033}, {"en_GB.UTF-8", 2057}, {"C", 1033},            {"POSIX", 1033},
@@ -54,29 +45,28 @@ TEST_F(UserLocale, LanguageIdsFollowTheWindowsValues) {
       {"de_DE@euro", 1031},  {"xx_YY.UTF-8", 1033}, {"", 1033},
   };
   for (const auto& [lang, id] : cases) {
-    Use(std::nullopt, std::nullopt, std::string(lang));
+    LocaleVariables use(nullptr, nullptr, lang);
     EXPECT_EQ(UserDefaultLangId(), id) << "LANG=" << lang;
+  }
+  // LC_ALL wins over LC_MESSAGES, which wins over LANG; empty variables do not count.
+  const std::tuple<const char*, const char*, unsigned> orders[] = {
+      {"C", "fr_FR.UTF-8", 1033}, {nullptr, "fr_FR.UTF-8", 1036}, {"", "", 1031}};
+  for (const auto& [all, messages, id] : orders) {
+    LocaleVariables use(all, messages, "de_DE.UTF-8");
+    EXPECT_EQ(UserDefaultLangId(), id) << (all ? all : "-") << " " << messages;
   }
 }
 
-TEST_F(UserLocale, LcAllWinsOverLcMessagesWhichWinsOverLang) {
-  Use(std::string("C"), std::string("fr_FR.UTF-8"), std::string("de_DE.UTF-8"));
-  EXPECT_EQ(UserDefaultLangId(), 1033u);
-  EXPECT_EQ(UserDecimalSeparator(), L".");
-  Use(std::nullopt, std::string("fr_FR.UTF-8"), std::string("de_DE.UTF-8"));
-  EXPECT_EQ(UserDefaultLangId(), 1036u);
-  Use(std::string(""), std::string(""), std::string("de_DE.UTF-8"));
-  EXPECT_EQ(UserDefaultLangId(), 1031u) << "empty variables do not count";
-}
-
-TEST_F(UserLocale, IsoNamesSplitTheLocaleName) {
+TEST(UserLocale, IsoNamesSplitTheLocaleNameAndADecimalSeparatorIsAlwaysThere) {
   const std::tuple<const char*, const wchar_t*, const wchar_t*> cases[] = {
       {"zh_CN.UTF-8", L"zh", L"CN"}, {"de", L"de", L""}, {"C", L"en", L"US"}};
   for (const auto& [lang, language, country] : cases) {
-    Use(std::nullopt, std::nullopt, std::string(lang));
+    LocaleVariables use(nullptr, nullptr, lang);
     EXPECT_EQ(IsoLanguageName(), language) << lang;
     EXPECT_EQ(IsoCountryName(), country) << lang;
   }
-  Use(std::nullopt, std::nullopt, std::string("no_such_locale"));
+  LocaleVariables c("C", "fr_FR.UTF-8", "de_DE.UTF-8");
+  EXPECT_EQ(UserDecimalSeparator(), L".");
+  LocaleVariables unknown(nullptr, nullptr, "no_such_locale");
   EXPECT_FALSE(UserDecimalSeparator().empty());
 }

@@ -1,5 +1,6 @@
 #pragma once
-// Small helpers shared by the platform tests: a scratch folder and scoped environment changes.
+// Small helpers shared by the platform tests: a scratch folder, whole-file reads and writes, and scoped
+// environment changes.
 #include "../support/ScopedEnv.h"
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -7,8 +8,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <optional>
-#include <sstream>
+#include <iterator>
 #include <string>
 
 namespace kvx::test {
@@ -21,15 +21,13 @@ class ScratchFolder {
     if (::mkdtemp(pattern.data())) path_ = pattern;
   }
   ~ScratchFolder() {
+    namespace fs = std::filesystem;
     std::error_code ignored;
     // Folders a test made read-only must become writable again before they can be emptied.
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(path_, ignored)) {
-      if (entry.is_directory(ignored)) std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all,
-                                                                     std::filesystem::perm_options::add, ignored);
-    }
-    std::filesystem::permissions(path_, std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
-                                 ignored);
-    std::filesystem::remove_all(path_, ignored);
+    fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
+    for (const auto& entry : fs::recursive_directory_iterator(path_, ignored))
+      fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+    fs::remove_all(path_, ignored);
   }
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
@@ -41,12 +39,9 @@ class ScratchFolder {
   std::filesystem::path path_;
 };
 
-
 inline std::string ReadWholeFile(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
+  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 inline void WriteWholeFile(const std::filesystem::path& path, const std::string& bytes) {
@@ -54,9 +49,7 @@ inline void WriteWholeFile(const std::filesystem::path& path, const std::string&
 }
 
 // Permission checks do not apply to the superuser, so tests that need a refused write skip there.
-#define KVX_SKIP_IF_SUPERUSER()                                                   \
-  do {                                                                            \
-    if (::geteuid() == 0) GTEST_SKIP() << "permission checks do not bind root";   \
-  } while (0)
+#define KVX_SKIP_IF_SUPERUSER() \
+  if (::geteuid() == 0) GTEST_SKIP() << "permission checks do not bind root"
 
 }  // namespace kvx::test

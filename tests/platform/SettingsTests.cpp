@@ -29,36 +29,39 @@ class SettingsStore : public ::testing::Test {
     return WriteSettingNumber(SettingsHive::CurrentUser, key, name, value);
   }
 
+  ino_t Inode() const {
+    struct stat st {};
+    return ::stat(UserFile().c_str(), &st) == 0 ? st.st_ino : 0;
+  }
+
   kvx::test::ScratchFolder folder_;
   kvx::test::ScopedEnv settingsDir_{"KVX_SETTINGS_DIR", folder_.Path().string()};
 };
 
-TEST_F(SettingsStore, WrittenNumbersReadBackWithoutCaseLikeTheRegistry) {
+TEST_F(SettingsStore, WrittenNumbersReadBackWithoutCaseLikeTheRegistryAndReplaceTheFileWhole) {
   EXPECT_EQ(ReadLanguage(), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(UserFile())) << "reading must not create the file";
   ASSERT_TRUE(Write(kAddinKey, L"OptionsLanguage", 1031));
   ASSERT_TRUE(Write(kAddinKey, L"Big", -5'000'000'000));
   EXPECT_EQ(Read(L"Software\\tarvell\\QPL_Product\\KORVEX\\add-in", L"optionslanguage"), 1031);
   EXPECT_EQ(Read(kAddinKey, L"Big"), -5'000'000'000);
+  const ino_t inode = Inode();
   EXPECT_EQ(ReadSettingNumber(SettingsHive::LocalMachine, kAddinKey, L"OptionsLanguage"), std::nullopt)
       << "the hives are separate";
   ASSERT_TRUE(Write(L"software\\TARVELL\\qpl_product\\korvex\\Add-In", L"OPTIONSLANGUAGE", 1036));
   EXPECT_EQ(ReadLanguage(), 1036) << "the same value, not a second one";
   EXPECT_EQ(ReadWholeFile(UserFile()).find("OPTIONSLANGUAGE"), std::string::npos);
+  EXPECT_EQ(Read(kAddinKey, L"Big"), -5'000'000'000) << "other values are kept";
+  EXPECT_NE(inode, Inode()) << "a new file is renamed over the old one";
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 1)
+      << "no temporary file is left behind";
 
   ASSERT_TRUE(Write(L"A/B~C\\\\D\\", L"x/y~z", 3)) << "slashes, tildes and empty levels";
   EXPECT_EQ(Read(L"A/B~C\\D", L"x/y~z"), 3);
   EXPECT_EQ(Read(L"A\\B~C\\D", L"x/y~z"), std::nullopt);
 }
 
-TEST_F(SettingsStore, ValuesThatAreNoIntegerReadAsNothing) {
-  WriteWholeFile(UserFile(), R"({"SOFTWARE": {"K": {"text": "12", "real": 1.5, "flag": true, "list": [1]}}})");
-  for (const wchar_t* name : {L"text", L"real", L"flag", L"list", L"absent"}) {
-    EXPECT_EQ(Read(L"SOFTWARE\\K", name), std::nullopt) << Narrow(name);
-  }
-}
-
-TEST_F(SettingsStore, CorruptOrUnexpectedFileReadsAsNothingAndIsNotOverwritten) {
+TEST_F(SettingsStore, CorruptFileOrValuesThatAreNoIntegerReadAsNothingAndAreNotOverwritten) {
   // "Add-in" holding a number cannot also be a key with values of its own.
   for (const std::string corrupt : {"{\"SOFTWARE\": ", "[1, 2]", "42", "\xFF\xFE{}", "",
                                     R"({"SOFTWARE": {"Tarvell": {"QPL_PRODUCT": {"Korvex": {"Add-in": 5}}}}})"}) {
@@ -68,24 +71,12 @@ TEST_F(SettingsStore, CorruptOrUnexpectedFileReadsAsNothingAndIsNotOverwritten) 
     EXPECT_FALSE(Write(kAddinKey, L"OptionsLanguage", 1)) << corrupt;
     EXPECT_EQ(ReadWholeFile(UserFile()), corrupt);
   }
+  WriteWholeFile(UserFile(), R"({"SOFTWARE": {"K": {"text": "12", "real": 1.5, "flag": true, "list": [1]}}})");
+  for (const wchar_t* name : {L"text", L"real", L"flag", L"list", L"absent"})
+    EXPECT_EQ(Read(L"SOFTWARE\\K", name), std::nullopt) << Narrow(name) << ": no integer";
   WriteWholeFile(UserFile(), R"({"SOFTWARE": [1, 2, 3]})");
   EXPECT_EQ(Read(L"SOFTWARE\\99999999999999999999999", L"v"), std::nullopt);
   EXPECT_FALSE(Write(L"SOFTWARE\\1", L"v", 1));
-}
-
-TEST_F(SettingsStore, WriteReplacesTheFileAtomicallyAndKeepsOtherValues) {
-  ASSERT_TRUE(Write(kAddinKey, L"OptionsLanguage", 1031));
-  ASSERT_TRUE(Write(kAddinKey, L"Other", 7));
-  struct stat before {};
-  ASSERT_EQ(::stat(UserFile().c_str(), &before), 0);
-  ASSERT_TRUE(Write(kAddinKey, L"OptionsLanguage", 1036));
-  struct stat after {};
-  ASSERT_EQ(::stat(UserFile().c_str(), &after), 0);
-  EXPECT_NE(before.st_ino, after.st_ino) << "a new file is renamed over the old one";
-  EXPECT_EQ(ReadLanguage(), 1036);
-  EXPECT_EQ(Read(kAddinKey, L"Other"), 7);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 1)
-      << "no temporary file is left behind";
 }
 
 TEST_F(SettingsStore, FolderIsCreatedOrFoundInTheUsersConfigFolder) {

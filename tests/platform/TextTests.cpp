@@ -25,7 +25,7 @@ TEST(Utf8, EveryScalarValueRoundTrips) {
   EXPECT_EQ(Widen(utf8), all);
 }
 
-TEST(Utf8, MalformedAndOverlongSequencesBecomeReplacementAndTheRestSurvives) {
+TEST(Utf8, MalformedOverlongOrMeaninglessValuesBecomeReplacementAndTheRestSurvives) {
   // Overlong forms are the classic way to smuggle '/', '.' or NUL past a check made on the bytes.
   const std::string malformed[] = {"\x80", "\xFF", "\xF8\x88\x80\x80\x80", "\xE2\x82", "\xF0\x9F\x98",
                                    "\xED\xA0\x80", "\xF4\x90\x80\x80",
@@ -44,9 +44,7 @@ TEST(Utf8, MalformedAndOverlongSequencesBecomeReplacementAndTheRestSurvives) {
   // A broken sequence does not swallow the character after it.
   EXPECT_EQ(Widen("\xE2" "A"), (std::wstring{kReplacement, L'A'}));
   EXPECT_EQ(Widen("\xC3" "\xE2\x82\xAC"), (std::wstring{kReplacement, L'\u20ac'}));
-}
-
-TEST(Utf8, WideValuesWithoutScalarMeaningBecomeReplacement) {
+  // Wide values without scalar meaning become the replacement on the way out.
   const std::wstring bad{static_cast<wchar_t>(0xD800), L'x', static_cast<wchar_t>(0xDFFF),
                          static_cast<wchar_t>(0x110000), static_cast<wchar_t>(-1)};
   EXPECT_EQ(Narrow(bad), "\xEF\xBF\xBDx\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");

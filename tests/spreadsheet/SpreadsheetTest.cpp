@@ -6,7 +6,8 @@
 
 #include <CLI/CLI.hpp>
 #include <climits>
-#include <cwchar>
+#include <cstring>
+#include <fmt/format.h>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -18,18 +19,21 @@
 #include "kvx/platform/Resources.h"
 #include "kvx/platform/Text.h"
 #include "kvx/spreadsheet/ColumnWalk.h"
+#include "xlsx/XlsxParts.h"
+#include "xlsx/XlsxRowStream.h"
 #include "../../params/spreadsheet/src/SpreadsheetRoads.h"
 #include "../../params/spreadsheet/src/posix/BiffSheet.h"
 
 namespace fs = std::filesystem;
+namespace xlsx = kvx::sheet::xlsx;
 using kvx::params::ColumnRequest;
 using kvx::params::SpreadsheetTable;
+using kvx::platform::Narrow;
 using kvx::sheet::CellRead;
 using kvx::sheet::CellType;
 using kvx::sheet::CellValue;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -37,6 +41,12 @@ using Column = std::vector<std::wstring>;
 
 fs::path Sample(const char* name) { return fs::path(KVX_SOURCE_DIR "/tests/spreadsheet/data") / name; }
 std::wstring Wide(const fs::path& path) { return kvx::platform::Widen(path.string()); }
+std::vector<fs::path> Samples(const std::string& names) {
+  std::vector<fs::path> paths;
+  std::istringstream list(names);
+  for (std::string name; list >> name;) paths.push_back(Sample(name.c_str()));
+  return paths;
+}
 const std::wstring kTestResources = kvx::platform::Widen(SHEET_TEST_RESOURCES);
 
 std::vector<ColumnRequest> Columns(std::initializer_list<const wchar_t*> letters, std::int32_t kind = 0) {
@@ -45,151 +55,27 @@ std::vector<ColumnRequest> Columns(std::initializer_list<const wchar_t*> letters
   return requests;
 }
 
-// A fresh folder per test under the build's test output.
-fs::path ScratchFolder() {
-  const auto* info = testing::UnitTest::GetInstance()->current_test_info();
-  fs::path folder = fs::path(KVX_BIN_DIR).parent_path() / "test-output" / "spreadsheet" /
-                    (std::string(info->test_suite_name()) + "." + info->name());
-  fs::remove_all(folder);
-  fs::create_directories(folder);
-  return folder;
-}
-
-// Writes a zip archive with the given members, as another program would write a workbook.
-void WriteZip(const fs::path& path, const std::map<std::string, std::string>& members) {
-  int code = 0;
-  zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
-  ASSERT_NE(archive, nullptr);
-  for (const auto& [name, content] : members) {
-    zip_source_t* source = zip_source_buffer(archive, content.data(), content.size(), 0);
-    ASSERT_GE(zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8), 0);
-  }
-  ASSERT_EQ(zip_close(archive), 0);
-}
-
-// Makes the stand-in resource library current, so each message reads "text <id>".
-class SpreadsheetTest : public testing::Test {
- protected:
-  void SetUp() override {
-    resources_ = kvx::platform::ResourceLibrary::Load(kTestResources);
-    ASSERT_NE(resources_, nullptr);
-    previous_ = kvx::platform::SetCurrentResourceLibrary(resources_.get());
-    SetEmptyColumnsFormat("Columns %s are empty");
-  }
-  void TearDown() override { kvx::platform::SetCurrentResourceLibrary(previous_); }
-
-  void SetEmptyColumnsFormat(const char* format) {
-    using SetFormatFn = void (*)(const char*);
-    const auto library = kvx::platform::DynamicLibrary::Load(kTestResources);
-    library->template Function<SetFormatFn>("SheetTestSetEmptyColumnsFormat")(format);
-  }
-
-  // Reads `path` and expects success; the stale column must be gone, as reading empties the table first.
-  SpreadsheetTable Read(const fs::path& path, const std::vector<ColumnRequest>& requests) {
-    SpreadsheetTable table{{L"stale"}, {L"stale"}};
-    std::wstring error;
-    EXPECT_TRUE(kvx::params::ReadSpreadsheet(Wide(path), requests, table, error)) << kvx::platform::Narrow(error);
-    return table;
-  }
-
-  // Reads `path` and returns the error text of the expected failure.
-  std::wstring Failure(const fs::path& path) {
-    SpreadsheetTable table{{L"stale"}};
-    std::wstring error;
-    EXPECT_FALSE(kvx::params::ReadSpreadsheet(Wide(path), Columns({L"A"}), table, error));
-    return error;
-  }
-
-  std::unique_ptr<kvx::platform::ResourceLibrary> resources_;
-  const kvx::platform::ResourceLibrary* previous_ = nullptr;
-};
-
-// --- Both roads read the same cells to the same texts -------------------------------------------
-
-class BothRoadsTest : public SpreadsheetTest, public testing::WithParamInterface<const char*> {};
-
-TEST_P(BothRoadsTest, LayoutSampleGivesTheSameTable) {
-  const SpreadsheetTable table = Read(Sample(GetParam()), Columns({L"A", L"B", L"C", L"D", L"E", L"F", L"G"}));
-  ASSERT_EQ(table.size(), 7u);
-  EXPECT_THAT(table[0], ElementsAre(L"Over", L"0.0", L"3.0", L"6.5", L"10.0"));
-  EXPECT_THAT(table[1], ElementsAre(L"x", L"", L"2.5"));  // values in rows 1 and 3
-  EXPECT_THAT(table[2], IsEmpty());                       // its first ten cells are empty
-  EXPECT_EQ(table[3], Column({L"1.0", L"", L"", L"", L"", L"", L"", L"", L"", L"", L"2.0"}));
-  EXPECT_THAT(table[4], ElementsAre(L"100000.0", L"-3.0", L"1.25", L"0.0", L"123456.789"));
-  EXPECT_THAT(table[5], ElementsAre(L"\u00d8 10 \u00b5m", L" a ", L" "));
-  EXPECT_THAT(table[6], ElementsAre(L"", L"5.0", L"0.25", L"", L"7.0"));  // a date, a time: no numbers
+// Reads the columns `letters` ("A,B") of `path` as `kind`: the cells joined by ',' and the columns by '|', or
+// '!' and the error text. A stale column in the table must be gone: reading empties the table first.
+std::string Read(const fs::path& path, const std::string& letters, std::int32_t kind = 0) {
+  std::vector<ColumnRequest> requests;
+  std::istringstream list(letters);
+  for (std::string letter; std::getline(list, letter, ',');) requests.push_back({kvx::platform::Widen(letter), kind});
+  SpreadsheetTable table{{L"stale"}, {L"stale"}};
   std::wstring error;
-  EXPECT_FALSE(kvx::params::CheckSpreadsheetTable(table, error));
-  EXPECT_EQ(error, L"Columns 3 are empty");
-
-  // Kind 4 gives fixed numbers and keeps texts; letters that are no column give empty columns.
-  EXPECT_THAT(Read(Sample(GetParam()), Columns({L"E", L"A"}, kvx::sheet::kColumnKindFixed)),
-              ElementsAre(ElementsAre(L"100000.000000", L"-3.000000", L"1.250000", L"0.000000", L"123456.789000"),
-                          ElementsAre(L"Over", L"0.000000", L"3.000000", L"6.500000", L"10.000000")));
-  EXPECT_THAT(Read(Sample(GetParam()), Columns({L"", L"1", L"A1", L"b", L"ZZZZ"})),
-              ElementsAre(IsEmpty(), IsEmpty(), IsEmpty(), ElementsAre(L"x", L"", L"2.5"), IsEmpty()));
-}
-
-INSTANTIATE_TEST_SUITE_P(Samples, BothRoadsTest, testing::Values("layout.xlsx", "layout.xls"));
-
-// --- Choosing the road -------------------------------------------------------------------------
-
-TEST_F(SpreadsheetTest, ExtensionChoosesTheRoad) {
-  const fs::path folder = ScratchFolder();
-  fs::copy_file(Sample("layout.xlsx"), folder / "book.xls");
-  fs::copy_file(Sample("layout.xlsx"), folder / "BOOK.XLSX");
-  EXPECT_EQ(Failure(folder / "book.xls"), L"text 2532");  // the workbook road cannot open a zip archive
-  EXPECT_THAT(Read(folder / "BOOK.XLSX", Columns({L"B"})), ElementsAre(Column{L"x", L"", L"2.5"}));  // capitals too
-}
-
-TEST_F(SpreadsheetTest, WorkbookRoadSetsTheModuleLastRowAndTheHelperDoesNot) {
-  Read(Sample("layout.xls"), Columns({L"F"}));
-  EXPECT_EQ(kvx::params::SpreadsheetLastRow(), 14);  // rows 4 to 13 empty, 14 would be next
-  Read(Sample("layout.xls"), Columns({L"A"}));
-  EXPECT_EQ(kvx::params::SpreadsheetLastRow(), 16);
-  Read(Sample("layout.xlsx"), Columns({L"F"}));
-  EXPECT_EQ(kvx::params::SpreadsheetLastRow(), 16);
-}
-
-TEST_F(SpreadsheetTest, MissingHelperOrExportLeavesTheErrorUntouched) {
-  SpreadsheetTable table{{L"kept"}};
-  std::wstring error = L"before";
-  for (const std::wstring& helper : {std::wstring(L"/no/such/libHelper.so"), kTestResources}) {
-    EXPECT_FALSE(kvx::params::detail::ReadThroughHelper(helper, Wide(Sample("layout.xlsx")), Columns({L"A"}), table,
-                                                        error));
+  if (!kvx::params::ReadSpreadsheet(Wide(path), requests, table, error)) return "!" + Narrow(error);
+  std::string text;
+  for (const Column& column : table) {
+    text += &column == table.data() ? "" : "|";
+    for (const std::wstring& cell : column) text += (&cell == column.data() ? "" : ",") + Narrow(cell);
   }
-  EXPECT_EQ(error, L"before");
-  EXPECT_THAT(table, ElementsAre(Column{L"kept"}));
+  return text;
 }
-
-// --- Damaged and missing files -------------------------------------------------------------------
-
-TEST_F(SpreadsheetTest, DamagedFilesGiveTheirErrorText) {
-  for (const char* name : {"truncated.xlsx", "nosheet.xlsx", "empty.xlsx"})
-    EXPECT_EQ(Failure(Sample(name)), L"text 2534") << name;
-  // The spreadsheet application cannot open these .xls files: damaged, older than BIFF8, or no file at all.
-  for (const char* name : {"truncated.xls", "random.xls", "empty.xls", "biff5.xls", "", "missing.xls"})
-    EXPECT_EQ(Failure(Sample(name)), L"text 2532") << name;  // "" is the folder itself
-  EXPECT_EQ(Failure(Sample("missing.xlsx")), L"text 2532");
-}
-
-// Files that once crashed a reader, most of them found by the fuzzer: each is read or refused, nothing more.
-TEST_F(SpreadsheetTest, HostileXlsFilesAreReadOrRefused) {
-  const fs::path folder = Sample("hostile");
-  ASSERT_TRUE(fs::is_directory(folder));
-  for (const auto& entry : fs::directory_iterator(folder)) {
-    SpreadsheetTable table;
-    std::wstring error;
-    if (!kvx::params::ReadSpreadsheet(Wide(entry.path()), Columns({L"A", L"B", L"IV"}), table, error)) {
-      EXPECT_EQ(error, L"text 2532") << entry.path();
-    }
-  }
-}
-
-// --- Workbooks written by other programs ---------------------------------------------------------
 
 constexpr const char* kRelationshipTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 
+// A workbook as another program writes it: prefixed names, a workbook part in a folder of its own, shared
+// strings with rich and phonetic runs and an escaped carriage return.
 std::map<std::string, std::string> ForeignWorkbook(const std::string& sheetXml) {
   const std::string types = kRelationshipTypes;
   return {
@@ -213,118 +99,143 @@ std::map<std::string, std::string> ForeignWorkbook(const std::string& sheetXml) 
   };
 }
 
-TEST_F(SpreadsheetTest, ForeignWorkbookWithPrefixesSharedStringsAndCellsWithoutReferences) {
-  const fs::path book = ScratchFolder() / "foreign.xlsx";
-  const std::string sheet =
-      R"(<x:worksheet xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:sheetData>)"
-      R"(<x:row><x:c t="s"><x:v>0</x:v></x:c><x:c t="s"><x:v>1</x:v></x:c>)"
-      R"(<x:c t="inlineStr"><x:is><x:t>inline</x:t></x:is></x:c></x:row>)"
-      R"(<x:row><x:c><x:v>4</x:v></x:c><x:c t="b"><x:v>1</x:v></x:c>)"
-      R"(<x:c t="str"><x:v>formula</x:v></x:c></x:row>)"
-      R"(<x:row><x:c t="s"><x:v>2</x:v></x:c><x:c t="e"><x:v>#DIV/0!</x:v></x:c>)"
-      R"(<x:c><x:v>2.5E1</x:v></x:c></x:row>)"
-      R"(<x:row r="5"><x:c r="C5" t="s"><x:v>99</x:v></x:c><x:c r="A5"><x:v>5</x:v></x:c></x:row>)"
-      R"(<x:row r="4"><x:c r="A4"><x:v>4.5</x:v></x:c><x:c r="B4" s="3"/></x:row>)"
-      R"(</x:sheetData></x:worksheet>)";
-  WriteZip(book, ForeignWorkbook(sheet));
-  const SpreadsheetTable table = Read(book, Columns({L"A", L"B", L"C"}));
-  ASSERT_EQ(table.size(), 3u);
-  EXPECT_THAT(table[0], ElementsAre(L"plain", L"4.0", L"line\rend & more", L"4.5", L"5.0"));
-  EXPECT_THAT(table[1], ElementsAre(L"rich text"));  // a boolean, an error and a styled blank read as empty
-  EXPECT_THAT(table[2], ElementsAre(L"inline", L"formula", L"25.0"));  // a bad string index reads as empty
+// Cells with and without references, of every type, rows out of order.
+const std::string kForeignSheet =
+    R"(<x:worksheet xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:sheetData>)"
+    R"(<x:row><x:c t="s"><x:v>0</x:v></x:c><x:c t="s"><x:v>1</x:v></x:c>)"
+    R"(<x:c t="inlineStr"><x:is><x:t>inline</x:t></x:is></x:c></x:row>)"
+    R"(<x:row><x:c><x:v>4</x:v></x:c><x:c t="b"><x:v>1</x:v></x:c><x:c t="str"><x:v>formula</x:v></x:c></x:row>)"
+    R"(<x:row><x:c t="s"><x:v>2</x:v></x:c><x:c t="e"><x:v>#DIV/0!</x:v></x:c><x:c><x:v>2.5E1</x:v></x:c></x:row>)"
+    R"(<x:row r="5"><x:c r="C5" t="s"><x:v>99</x:v></x:c><x:c r="A5"><x:v>5</x:v></x:c></x:row>)"
+    R"(<x:row r="4"><x:c r="A4"><x:v>4.5</x:v></x:c><x:c r="B4" s="3"/></x:row>)"
+    R"(</x:sheetData></x:worksheet>)";
 
-  // kvxim sheet escapes what JSON cannot carry as it is.
-  std::ostringstream out, err;
-  EXPECT_EQ(RunSheetCommand({book.string(), {"A"}, {}, true}, out, err), 0);
-  EXPECT_EQ(out.str(), "[[\"plain\",\"4.0\",\"line\\rend & more\",\"4.5\",\"5.0\"]]\n");
-}
+// Makes the stand-in resource library current, so each message reads "text <id>"; gives each test a fresh folder.
+class SpreadsheetTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    resources_ = kvx::platform::ResourceLibrary::Load(kTestResources);
+    ASSERT_NE(resources_, nullptr);
+    previous_ = kvx::platform::SetCurrentResourceLibrary(resources_.get());
+    SetEmptyColumnsFormat("Columns %s are empty");
+    const auto* info = testing::UnitTest::GetInstance()->current_test_info();
+    folder_ = fs::path(KVX_BIN_DIR).parent_path() / "test-output" / "spreadsheet" / info->name();
+    fs::remove_all(folder_);
+    fs::create_directories(folder_);
+  }
+  void TearDown() override { kvx::platform::SetCurrentResourceLibrary(previous_); }
 
-TEST_F(SpreadsheetTest, ForeignWorkbookThatDoesNotHoldTogether) {
-  const fs::path folder = ScratchFolder();
-  auto noRels = ForeignWorkbook("<worksheet/>");
+  void SetEmptyColumnsFormat(const char* format) {
+    using SetFormatFn = void (*)(const char*);
+    const auto library = kvx::platform::DynamicLibrary::Load(kTestResources);
+    library->template Function<SetFormatFn>("SheetTestSetEmptyColumnsFormat")(format);
+  }
+
+  // Writes a zip archive with the given members into the test's folder.
+  fs::path Zip(const std::string& name, const std::map<std::string, std::string>& members) {
+    const fs::path path = folder_ / name;
+    int code = 0;
+    zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+    EXPECT_NE(archive, nullptr);
+    for (const auto& [member, content] : members) {
+      zip_source_t* source = zip_source_buffer(archive, content.data(), content.size(), 0);
+      EXPECT_GE(zip_file_add(archive, member.c_str(), source, ZIP_FL_ENC_UTF_8), 0);
+    }
+    EXPECT_EQ(zip_close(archive), 0);
+    return path;
+  }
+
+  std::unique_ptr<kvx::platform::ResourceLibrary> resources_;
+  const kvx::platform::ResourceLibrary* previous_ = nullptr;
+  fs::path folder_;
+};
+
+// --- Every workbook reads to its table, or to the error text that says why not ------------------
+
+TEST_F(SpreadsheetTest, WorkbooksReadToTheirTablesOrTheirErrors) {
+  fs::copy_file(Sample("layout.xlsx"), folder_ / "book.xls");
+  fs::copy_file(Sample("layout.xlsx"), folder_ / "BOOK.XLSX");
+  auto noRels = ForeignWorkbook("<worksheet/>"), badStrings = noRels;
   noRels.erase("book/_rels/main.xml.rels");
-  auto badStrings = ForeignWorkbook("<worksheet/>");
   badStrings["strings.xml"] = "<sst><si>";
-  const std::map<std::string, std::map<std::string, std::string>> broken = {
-      {"badxml", ForeignWorkbook("<x:worksheet><x:sheetData><x:row>")},
-      {"norels", noRels},
-      {"badstrings", badStrings},
-      {"unclosed", ForeignWorkbook("<worksheet><sheetData><row><c><v>1</v></c></row>")},
+  std::string texts;  // shared texts going on in continuation records, some breaking inside a two-byte text
+  for (int row = 0; row < 300; ++row) {
+    texts += (row ? "," : "") + fmt::format("{:04} ", row);
+    for (int i = 0; i < 20 + row % 17; ++i) texts += row % 2 == 0 ? "\u0416" : "z";
+  }
+  // The layout sample, written by two independent writers: values in rows 1 and 3 of B, the first ten cells
+  // of C empty, a gap of nine in D, a date and a time in G that are no numbers.
+  const std::string layout = "Over,0.0,3.0,6.5,10.0|x,,2.5||1.0,,,,,,,,,,2.0|100000.0,-3.0,1.25,0.0,123456.789|"
+                             "\u00d8 10 \u00b5m, a , |,5.0,0.25,,7.0";
+  const std::string fixed = "100000.000000,-3.000000,1.250000,0.000000,123456.789000|"
+                            "Over,0.000000,3.000000,6.500000,10.000000";  // kind 4 keeps texts
+  // One workbook saved by a spreadsheet program in both formats, with the results of its formulas, read from
+  // the sheet it opens on: formulas as their results; booleans, dates and errors as empty texts.
+  const std::string mixed = "Over,1.0,2.5,-3.0,0.0,123456.789,\u00d8 10 \u00b5m \U0001d70b, a |,,4.0,,5.0|"
+                            ",,,,8.0,0.25|,,9.0,1.0|2.0,abcd,,,,0.625,x|"
+                            "1.5,3.0,4.5,6.0,7.5,9.0,10.5,12.0,13.5,15.0,16.5,18.0,after|,7.0";
+  const struct {
+    std::vector<fs::path> files;
+    const char* letters;
+    int kind;
+    std::string table;
+  } cases[] = {
+      {Samples("layout.xlsx layout.xls"), "A,B,C,D,E,F,G", 0, layout},
+      {Samples("layout.xlsx layout.xls"), "E,A", kvx::sheet::kColumnKindFixed, fixed},
+      {Samples("layout.xlsx layout.xls"), ",1,A1,b,ZZZZ", 0, "|||x,,2.5|"},  // letters that are no column: empty
+      {{folder_ / "BOOK.XLSX"}, "B", 0, "x,,2.5"},        // the extension chooses the road, in capitals too
+      {{folder_ / "book.xls"}, "A", 0, "!text 2532"},     // the workbook road cannot open a zip archive
+      {Samples("active.xlsx active.xls"), "A", 0, "second sheet"},  // the sheet the workbook opens on
+      {Samples("mixed.xlsx mixed.xls"), "A,B,C,D,E,F,G", 0, mixed},
+      {Samples("texts.xls"), "A", 0, texts},
+      {{Zip("foreign.xlsx", ForeignWorkbook(kForeignSheet))}, "A,B,C", 0,
+       "plain,4.0,line\rend & more,4.5,5.0|rich text|inline,formula,25.0"},  // a bad string index reads as empty
+      {{Zip("hidden.xlsx", ForeignWorkbook(R"(<worksheet><sheetData><row r="1"><c r="A1" t="inlineStr"><is><t>)"
+                                           R"(<![CDATA[a</row>b]]></t></is></c></row><row r="2"><c r="A2"><v>2</v>)"
+                                           R"(</c></row><!-- </row> --></sheetData></worksheet>)"))},
+       "A", 0, "a</row>b,2.0"},  // a row end inside character data or a comment ends no row
+      {{Zip("blank.xlsx", ForeignWorkbook("<worksheet/>")),
+        Zip("blank2.xlsx", ForeignWorkbook("<worksheet><x:sheetData/></worksheet>"))}, "A", 0, ""},
+      {{Zip("badxml.xlsx", ForeignWorkbook("<x:worksheet><x:sheetData><x:row>")),
+        Zip("unclosed.xlsx", ForeignWorkbook("<worksheet><sheetData><row><c><v>1</v></c></row>")),
+        Zip("norels.xlsx", noRels), Zip("badstrings.xlsx", badStrings), Sample("truncated.xlsx"),
+        Sample("nosheet.xlsx"), Sample("empty.xlsx")}, "A", 0, "!text 2534"},
+      // The spreadsheet application cannot open these: damaged, older than BIFF8, no file at all, a folder.
+      {Samples("missing.xlsx truncated.xls random.xls empty.xls biff5.xls missing.xls ."), "A", 0, "!text 2532"},
   };
-  for (const auto& [name, members] : broken) {
-    WriteZip(folder / (name + ".xlsx"), members);
-    EXPECT_EQ(Failure(folder / (name + ".xlsx")), L"text 2534") << name;
+  for (const auto& c : cases)
+    for (const fs::path& file : c.files) EXPECT_EQ(Read(file, c.letters, c.kind), c.table) << file << " " << c.letters;
+}
+
+TEST_F(SpreadsheetTest, WorkbookRoadSetsTheModuleLastRowAndTheHelperDoesNot) {
+  const std::pair<const char*, std::int32_t> reads[] = {{"F", 14}, {"A", 16}};  // F: rows 4 to 13 empty
+  for (const auto& [letter, lastRow] : reads) {
+    Read(Sample("layout.xls"), letter);
+    EXPECT_EQ(kvx::params::SpreadsheetLastRow(), lastRow) << letter;
   }
-  // A sheet without cells is read, to empty columns.
-  for (const char* sheet : {"<worksheet/>", "<worksheet><x:sheetData/></worksheet>"}) {
-    WriteZip(folder / "blank.xlsx", ForeignWorkbook(sheet));
-    EXPECT_THAT(Read(folder / "blank.xlsx", Columns({L"A"})), ElementsAre(IsEmpty())) << sheet;
+  Read(Sample("layout.xlsx"), "F");
+  EXPECT_EQ(kvx::params::SpreadsheetLastRow(), 16);
+}
+
+TEST_F(SpreadsheetTest, MissingHelperOrExportLeavesTheErrorUntouched) {
+  SpreadsheetTable table{{L"kept"}};
+  std::wstring error = L"before";
+  for (const std::wstring& helper : {std::wstring(L"/no/such/libHelper.so"), kTestResources}) {
+    EXPECT_FALSE(kvx::params::detail::ReadThroughHelper(helper, Wide(Sample("layout.xlsx")), Columns({L"A"}), table,
+                                                        error));
   }
+  EXPECT_EQ(error, L"before");
+  EXPECT_THAT(table, ElementsAre(Column{L"kept"}));
 }
 
-TEST_F(SpreadsheetTest, BigSheetIsReadAcrossBlocks) {
-  std::string xml = R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheetData>)";
-  for (int row = 1; row <= 60000; ++row) {
-    const std::string r = std::to_string(row);
-    xml += "<row r=\"" + r + "\"><c r=\"A" + r + "\"><v>" + r + "</v></c>";
-    if (row % 7 == 0) xml += "<c r=\"C" + r + "\" t=\"inlineStr\"><is><t>t</t></is></c>";
-    xml += "</row>";
-  }
-  xml += "</sheetData></worksheet>";
-  ASSERT_GT(xml.size(), 3u << 20);  // several blocks of rows
-  const fs::path book = ScratchFolder() / "big.xlsx";
-  WriteZip(book, ForeignWorkbook(xml));
-  const SpreadsheetTable table = Read(book, Columns({L"A", L"C"}));
-  ASSERT_EQ(table.size(), 2u);
-  ASSERT_EQ(table[0].size(), 60000u);
-  EXPECT_EQ(table[0][12344], L"12345.0");
-  EXPECT_EQ(table[0].back(), L"60000.0");
-  ASSERT_EQ(table[1].size(), 59997u);  // the last multiple of 7
-  EXPECT_EQ(table[1][6], L"t");
-  EXPECT_EQ(table[1][7], L"");
-}
-
-TEST_F(SpreadsheetTest, RowEndInsideACommentOrCharacterData) {
-  const fs::path book = ScratchFolder() / "hidden.xlsx";
-  WriteZip(book, ForeignWorkbook(R"(<worksheet><sheetData>)"
-                                 R"(<row r="1"><c r="A1" t="inlineStr"><is><t><![CDATA[a</row>b]]></t></is></c></row>)"
-                                 R"(<row r="2"><c r="A2"><v>2</v></c></row><!-- </row> --></sheetData></worksheet>)"));
-  EXPECT_THAT(Read(book, Columns({L"A"})), ElementsAre(Column{L"a</row>b", L"2.0"}));
-}
-
-TEST_F(SpreadsheetTest, TheActiveSheetIsRead) {
-  for (const char* name : {"active.xlsx", "active.xls"})
-    EXPECT_THAT(Read(Sample(name), Columns({L"A"})), ElementsAre(Column{L"second sheet"})) << name;
-}
-
-// One workbook saved by a spreadsheet program in both formats, with the results of its formulas: every
-// kind of cell reads alike on both roads, as the program shows it (numbers and texts as such, formulas
-// as their results, booleans, dates and errors as empty texts), from the sheet it opens on.
-TEST_F(SpreadsheetTest, OneWorkbookReadsAlikeInBothFormats) {
-  const std::string expected =
-      "[[\"Over\",\"1.0\",\"2.5\",\"-3.0\",\"0.0\",\"123456.789\",\"\u00d8 10 \u00b5m \U0001d70b\",\" a \"],"
-      R"(["","","4.0","","5.0"],)"                 // booleans, a boolean formula
-      R"(["","","","","8.0","0.25"],)"             // a date, a time, a date and time, a date formula, a percentage
-      R"(["","","9.0","1.0"],)"                    // error formulas; a formula on an empty cell
-      R"(["2.0","abcd","","","","0.625","x"],)"    // formula results: number, text, boolean, error, empty text
-      R"(["1.5","3.0","4.5","6.0","7.5","9.0","10.5","12.0","13.5","15.0","16.5","18.0","after"],)"
-      R"(["","7.0"]])" "\n";
-  for (const char* name : {"mixed.xlsx", "mixed.xls"}) {
-    std::ostringstream out, err;
-    EXPECT_EQ(RunSheetCommand({Sample(name).string(), {"A", "B", "C", "D", "E", "F", "G"}, {}, true}, out, err), 0);
-    EXPECT_EQ(out.str(), expected) << name;
-  }
-}
-
-// Shared texts beyond one record go on in continuation records, some breaking inside a two-byte text.
-TEST_F(SpreadsheetTest, SharedTextsAcrossContinuationRecords) {
-  const SpreadsheetTable table = Read(Sample("texts.xls"), Columns({L"A"}));
-  ASSERT_EQ(table.size(), 1u);
-  ASSERT_EQ(table[0].size(), 300u);
-  for (std::size_t row = 0; row < table[0].size(); ++row) {
-    wchar_t number[8];
-    std::swprintf(number, 8, L"%04zu ", row);
-    EXPECT_EQ(table[0][row], number + std::wstring(20 + row % 17, row % 2 == 0 ? L'\u0416' : L'z')) << row;
+// Files that once crashed a reader, most of them found by the fuzzer: each is read or refused, nothing more.
+TEST_F(SpreadsheetTest, HostileXlsFilesAreReadOrRefused) {
+  ASSERT_TRUE(fs::is_directory(Sample("hostile")));
+  for (const auto& entry : fs::directory_iterator(Sample("hostile"))) {
+    const std::string result = Read(entry.path(), "A,B,IV");
+    if (!result.empty() && result.front() == '!') {
+      EXPECT_EQ(result, "!text 2532") << entry.path();
+    }
   }
 }
 
@@ -398,11 +309,9 @@ TEST(BiffSheetTest, StreamsThatDoNotHoldTogetherAreRefused) {
 // --- The column walk with cells of every type -----------------------------------------------------
 
 // A sheet given cell by cell; rows after `lastRow` do not exist, reading `failingRow` fails.
-class ScriptedSheet : public kvx::sheet::CellSource {
- public:
+struct ScriptedSheet : kvx::sheet::CellSource {
   std::map<std::int32_t, CellValue> cells;
-  std::int32_t lastRow = INT_MAX;
-  std::int32_t failingRow = 0;
+  std::int32_t lastRow = INT_MAX, failingRow = 0;
   int reads = 0;
 
   CellRead Read(const std::wstring&, std::int32_t row, CellValue& value) override {
@@ -438,10 +347,10 @@ TEST(ColumnWalkTest, CellsOfEveryTypeSheetEndAndReadFailure) {
   sheet.failingRow = 2;
   table.clear();
   EXPECT_FALSE(kvx::sheet::ReadColumns(sheet, {{L"A", 0}}, table, lastRow));
-  EXPECT_THAT(table, IsEmpty());
+  EXPECT_THAT(table, testing::IsEmpty());
 }
 
-// --- The table check -------------------------------------------------------------------------------
+// --- The table check, the directory probe and the file filters -----------------------------------
 
 TEST_F(SpreadsheetTest, CheckNamesEveryEmptyColumnAndSurvivesBadTranslations) {
   std::wstring error = L"untouched";
@@ -453,7 +362,7 @@ TEST_F(SpreadsheetTest, CheckNamesEveryEmptyColumnAndSurvivesBadTranslations) {
 
   SetEmptyColumnsFormat("Spalten %d %s %s leer");
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}}, error));
-  EXPECT_THAT(kvx::platform::Narrow(error), HasSubstr("1, 3"));
+  EXPECT_THAT(Narrow(error), HasSubstr("1, 3"));
   kvx::platform::SetCurrentResourceLibrary(nullptr);  // no texts at all: an empty message, no crash
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}}, error));
   EXPECT_EQ(error, L"");
@@ -462,27 +371,21 @@ TEST_F(SpreadsheetTest, CheckNamesEveryEmptyColumnAndSurvivesBadTranslations) {
   ASSERT_NE(english, nullptr);
   kvx::platform::ResourceScope scope(english.get());
   EXPECT_FALSE(kvx::params::CheckSpreadsheetTable({{}, {L"2"}, {}}, error));
-  EXPECT_THAT(kvx::platform::Narrow(error), testing::AllOf(HasSubstr("1, 3"), testing::Not(HasSubstr("%"))));
+  EXPECT_THAT(Narrow(error), testing::AllOf(HasSubstr("1, 3"), testing::Not(HasSubstr("%"))));
 }
 
-// --- The directory probe ---------------------------------------------------------------------------
-
-TEST_F(SpreadsheetTest, DirectoryProbe) {
-  const fs::path folder = ScratchFolder();
-  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder)), kvx::params::kDirectoryWritable);
-  EXPECT_TRUE(fs::is_empty(folder));  // the scratch log file is gone again
-  std::ofstream(folder / "file.txt") << "x";
-  for (const fs::path& notAFolder : {fs::path(), folder / "missing", folder / "file.txt"}) {
+TEST_F(SpreadsheetTest, DirectoryProbeAndFileFilters) {
+  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder_)), kvx::params::kDirectoryWritable);
+  EXPECT_TRUE(fs::is_empty(folder_));  // the scratch log file is gone again
+  std::ofstream(folder_ / "file.txt") << "x";
+  for (const fs::path& notAFolder : {fs::path(), folder_ / "missing", folder_ / "file.txt"})
     EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(notAFolder)), kvx::params::kNotADirectory) << notAFolder;
-  }
   // The scratch file cannot be created where a folder of its name stands (a test that holds as root too).
-  fs::create_directories(folder / "busy" / "KVX.log");
-  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder / "busy")), kvx::params::kDirectoryNotWritable);
-  EXPECT_TRUE(fs::is_directory(folder / "busy" / "KVX.log"));
-}
+  fs::create_directories(folder_ / "busy" / "KVX.log");
+  EXPECT_EQ(kvx::params::ProbeDirectoryWithLogFile(Wide(folder_ / "busy")), kvx::params::kDirectoryNotWritable);
+  EXPECT_TRUE(fs::is_directory(folder_ / "busy" / "KVX.log"));
 
-// Kept exactly, odd spaces included: the host's file dialogs are given these strings as they are.
-TEST(SpreadsheetFiltersTest, FiltersAreKeptExactly) {
+  // Kept exactly, odd spaces included: the host's file dialogs are given these strings as they are.
   EXPECT_STREQ(kvx::params::kSpreadsheetFileFilter, L"XLS Files (*.xls;*.xlsx)|*.xls; *.xlsx|");
   EXPECT_STREQ(kvx::params::kPartAssemblyFileFilter, L"(*.prt.*;*.prt)|*.prt.*;*.prt |(*.asm.*;*.asm)|*.asm.*;*.asm||");
 }
@@ -490,32 +393,31 @@ TEST(SpreadsheetFiltersTest, FiltersAreKeptExactly) {
 // --- kvxim sheet ---------------------------------------------------------------------------------------
 
 TEST_F(SpreadsheetTest, SheetCommandPrintsJsonOrRowsAndReportsFailures) {
-  struct Run {
+  const struct {
     SheetCommandOptions options;
     int exitCode;
     std::string out, err;
-  };
-  const std::string layoutXls = Sample("layout.xls").string();
-  const std::vector<Run> runs = {
+  } runs[] = {
       {{Sample("layout.xlsx").string(), {"A", "B", "E"}, {0, 0, 4}, true}, 0,
        R"([["Over","0.0","3.0","6.5","10.0"],["x","","2.5"],)"
        R"(["100000.000000","-3.000000","1.250000","0.000000","123456.789000"]])" "\n", ""},
-      {{layoutXls, {"B", "C"}, {}, false}, 2,
+      {{Sample("layout.xls").string(), {"B", "C"}, {}, false}, 2,
        "Column B: 3 rows\n       1  x\n       2  \n       3  2.5\nColumn C: 0 rows\n",
        "kvxim sheet: column C is empty\n"},
       {{Sample("random.xls").string(), {"A"}, {}, true}, 1, "", "random.xls: text 2532"},
-      {{layoutXls, {"A"}, {0, 4}, true}, 1, "", "2 kinds given for 1 columns"},
+      {{Sample("layout.xls").string(), {"A"}, {0, 4}, true}, 1, "", "2 kinds given for 1 columns"},
+      // What JSON cannot carry as it is gets escaped.
+      {{Zip("foreign.xlsx", ForeignWorkbook(kForeignSheet)).string(), {"A"}, {}, true}, 0,
+       "[[\"plain\",\"4.0\",\"line\\rend & more\",\"4.5\",\"5.0\"]]\n", ""},
   };
-  for (const Run& run : runs) {
+  for (const auto& run : runs) {
     std::ostringstream out, err;
     EXPECT_EQ(RunSheetCommand(run.options, out, err), run.exitCode) << err.str();
     EXPECT_EQ(out.str(), run.out);
     if (run.err.empty()) EXPECT_EQ(err.str(), "");
     else EXPECT_THAT(err.str(), HasSubstr(run.err));
   }
-}
 
-TEST_F(SpreadsheetTest, SheetSubcommandParsesItsOptions) {
   CLI::App app;
   kvxim::CommandTable table;
   AddSheetCommand(app, table);
@@ -525,6 +427,81 @@ TEST_F(SpreadsheetTest, SheetSubcommandParsesItsOptions) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(table[0].run(nullptr), 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "[[\"x\",\"\",\"2.5\"],[\"\u00d8 10 \u00b5m\",\" a \",\" \"]]\n");
+}
+
+// --- The .xlsx reader against hostile archives: what an archive declares is never trusted beyond the data it
+// really holds, and a sheet is searched in one pass however its rows fall into blocks. ------------------
+
+// Rewrites the inflated size the archive declares for its only member, in both headers.
+void DeclareSize(const fs::path& path, std::uint32_t size) {
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(in), {}};
+  in.close();
+  const auto patch = [&](const char* signature, std::size_t offset) {
+    const std::size_t at = bytes.find(signature);
+    ASSERT_NE(at, std::string::npos);
+    std::memcpy(bytes.data() + at + offset, &size, sizeof size);  // little-endian, as the format is
+  };
+  patch("PK\x03\x04", 22);
+  patch("PK\x01\x02", 24);
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+xlsx::ZipArchive Open(const fs::path& path) {
+  int code = 0;
+  return xlsx::ZipArchive(zip_open(path.c_str(), ZIP_RDONLY, &code));
+}
+
+// Text that deflate shrinks a little, not a thousandfold.
+std::string Varied(std::size_t size) {
+  std::string text;
+  for (std::uint32_t x = 12345; text.size() < size; x = x * 1103515245u + 12345u) text += char('a' + (x >> 16) % 26);
+  return text;
+}
+
+using XlsxLimits = SpreadsheetTest;
+
+TEST_F(XlsxLimits, DeclaredPartSizesAreNeverTrustedBeyondTheRealData) {
+  const std::pair<const char*, std::uint32_t> cases[] = {
+      {"a claim its compressed data cannot hold", 1u << 30},
+      {"a claim deflate could hold but the data does not", 2u << 20},
+      {"a claim shorter than the data", 100},
+  };
+  for (const auto& [what, declared] : cases) {
+    const fs::path path = Zip("lying.zip", {{"part.xml", Varied(4000)}});
+    DeclareSize(path, declared);
+    const xlsx::ZipArchive archive = Open(path);
+    ASSERT_TRUE(archive) << what;
+    std::string bytes;
+    EXPECT_FALSE(xlsx::ReadPart(archive.get(), "part.xml", bytes)) << what;
+    EXPECT_LT(bytes.capacity(), std::size_t{256} << 10) << what;  // memory follows the data, not the claim
+  }
+}
+
+TEST_F(XlsxLimits, RowEndsAreSearchedInOnePassAndARowLongerThanTheReaderHoldsIsRefused) {
+  // One row spanning several blocks: the reader waits for its end without searching the front again. Then
+  // many short rows, which blocks cut anywhere: none may be lost or read twice.
+  std::string sheet = "<worksheet><sheetData><row r=\"1\">";
+  for (int i = 0; sheet.size() < 5 * xlsx::kSheetBlockBytes; ++i) sheet += "<c><v>" + std::to_string(i) + "</v></c>";
+  sheet += "</row>";
+  for (int row = 2; row <= 60000; ++row) sheet += "<row><c><v>" + std::to_string(row) + "</v></c></row>";
+  sheet += "</sheetData></worksheet>";
+  const fs::path longRow = Zip("long-row.zip", {{"sheet.xml", sheet}});
+  std::size_t rows = 0, searched = 0, sum = 0;
+  const auto count = [&](const pugi::xml_node& fragment) {
+    for (pugi::xml_node row : fragment.children("row")) {
+      rows += row ? 1 : 0;
+      sum += rows > 1 ? row.child("c").child("v").text().as_ullong() : 0;
+    }
+  };
+  ASSERT_TRUE(xlsx::StreamRows(Open(longRow).get(), "sheet.xml", count, &searched));
+  EXPECT_EQ(rows, 60000u);
+  EXPECT_EQ(sum, 60000u * 60001 / 2 - 1);
+  EXPECT_LE(searched, 2 * sheet.size());
+
+  sheet = "<worksheet><sheetData><row><c><v>" + std::string(xlsx::kMaxPendingBytes + 2 * xlsx::kSheetBlockBytes, '7') +
+          "</v></c></row></sheetData></worksheet>";
+  EXPECT_FALSE(xlsx::StreamRows(Open(Zip("huge-row.zip", {{"sheet.xml", sheet}})).get(), "sheet.xml", count));
 }
 
 }  // namespace

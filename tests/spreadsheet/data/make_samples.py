@@ -17,67 +17,48 @@ import zipfile
 import openpyxl
 import xlwt
 
-# Cells of the layout sample: (column letter, row, value). The same cells go into both formats.
+# Cells of the layout sample: (column letter, row, value or (value, number format)), the same in both formats.
 LAYOUT = [
-    # A: a header and numbers, integers among them
-    ("A", 1, "Over"), ("A", 2, 0), ("A", 3, 3), ("A", 4, 6.5), ("A", 5, 10),
-    # B: values in rows 1 and 3 only
-    ("B", 1, "x"), ("B", 3, 2.5),
-    # C: the first ten cells empty, a value after them
-    ("C", 11, 7),
-    # D: a gap of nine empty cells is still bridged
-    ("D", 1, 1), ("D", 11, 2),
-    # E: numbers of every size and sign
-    ("E", 1, 100000), ("E", 2, -3), ("E", 3, 1.25), ("E", 4, 1e-7), ("E", 5, 123456.789),
-    # F: texts that are not plain ASCII or not trimmed
-    ("F", 1, "\u00d8 10 \u00b5m"), ("F", 2, " a "), ("F", 3, " "),
+    ("A", 1, "Over"), ("A", 2, 0), ("A", 3, 3), ("A", 4, 6.5), ("A", 5, 10),  # a header, numbers, integers among them
+    ("B", 1, "x"), ("B", 3, 2.5),  # values in rows 1 and 3 only
+    ("C", 11, 7),  # the first ten cells empty, a value after them
+    ("D", 1, 1), ("D", 11, 2),  # a gap of nine empty cells is still bridged
+    ("E", 1, 100000), ("E", 2, -3), ("E", 3, 1.25), ("E", 4, 1e-7), ("E", 5, 123456.789),  # every size and sign
+    ("F", 1, "\u00d8 10 \u00b5m"), ("F", 2, " a "), ("F", 3, " "),  # texts not plain ASCII or not trimmed
     # G: dates and times are no numbers to the sheet; a percentage is
     ("G", 1, (datetime.date(2020, 5, 17), "yyyy-mm-dd")), ("G", 2, 5), ("G", 3, (0.25, "0.00%")),
     ("G", 4, (datetime.time(8, 30), "hh:mm")), ("G", 5, 7),
 ]
 
 
-def value_and_format(value):
-    return value if isinstance(value, tuple) else (value, None)
-
-
-def column_index(letter):
-    number = 0
-    for c in letter:
-        number = number * 26 + ord(c) - ord("A") + 1
-    return number - 1
-
-
-def write_layout_xlsx(path):
-    book = openpyxl.Workbook()
-    sheet = book.active
-    sheet.title = "Table"
-    for letter, row, cell in LAYOUT:
-        value, number_format = value_and_format(cell)
+def fill_xlsx(sheet, cells):
+    for letter, row, cell in cells:
+        value, number_format = cell if isinstance(cell, tuple) else (cell, None)
         sheet[f"{letter}{row}"] = value
         if number_format:
             sheet[f"{letter}{row}"].number_format = number_format
-    book.save(path)
 
 
-def write_layout_xls(path):
+def write_layout(directory):
+    book = openpyxl.Workbook()
+    book.active.title = "Table"
+    fill_xlsx(book.active, LAYOUT)
+    book.save(os.path.join(directory, "layout.xlsx"))
     book = xlwt.Workbook()
     sheet = book.add_sheet("Table")
     for letter, row, cell in LAYOUT:
-        value, number_format = value_and_format(cell)
+        value, number_format = cell if isinstance(cell, tuple) else (cell, None)
         style = xlwt.easyxf(num_format_str=number_format) if number_format else xlwt.Style.default_style
-        sheet.write(row - 1, column_index(letter), value, style)
-    book.save(path)
+        sheet.write(row - 1, ord(letter) - ord("A"), value, style)
+    book.save(os.path.join(directory, "layout.xls"))
 
 
 def write_active_xlsx(path):
     """Two sheets; the second is the one the workbook opens on."""
     book = openpyxl.Workbook()
-    first = book.active
-    first.title = "First"
-    first["A1"] = "first sheet"
-    second = book.create_sheet("Second")
-    second["A1"] = "second sheet"
+    book.active.title = "First"
+    book.active["A1"] = "first sheet"
+    book.create_sheet("Second")["A1"] = "second sheet"
     book.active = 1
     book.save(path)
 
@@ -112,12 +93,7 @@ def write_mixed(directory):
     first.title = "First"
     first["A1"] = "first sheet"
     table = book.create_sheet("Table")
-    for letter, cells in MIXED.items():
-        for row, cell in enumerate(cells, start=1):
-            value, number_format = value_and_format(cell)
-            table[f"{letter}{row}"] = value
-            if number_format:
-                table[f"{letter}{row}"].number_format = number_format
+    fill_xlsx(table, [(letter, row, cell) for letter, cells in MIXED.items() for row, cell in enumerate(cells, 1)])
     table["G1"] = "#N/A"
     table["G1"].data_type = "e"
     table["G2"] = 7
@@ -137,59 +113,43 @@ def write_mixed(directory):
 
 def write_long_texts(path):
     """More text than one record holds, so the shared strings go on in continuation records, some of
-    them breaking inside a text whose characters need two bytes."""
+    them breaking inside a text whose characters need two bytes (every second one is beyond Latin-1)."""
     book = xlwt.Workbook()
     sheet = book.add_sheet("Texts")
-    for row in range(LONG_TEXT_ROWS):
-        sheet.write(row, 0, long_text(row))
+    for row in range(300):
+        sheet.write(row, 0, f"{row:04d} " + ("\u0416" if row % 2 == 0 else "z") * (20 + row % 17))
     book.save(path)
-
-
-LONG_TEXT_ROWS = 300
-
-
-def long_text(row):
-    # Every second text is beyond Latin-1 and is stored with two bytes per character.
-    return f"{row:04d} " + ("\u0416" if row % 2 == 0 else "z") * (20 + row % 17)
 
 
 def write_big(rows, path):
     """A header row, then rows of four distinct numbers, as a tolerance table grows."""
-    header = ["Over", "Upto", "A value", "B value"]
-    values = lambda i: [i * 0.5, i * 0.5 + 0.5, 0.05 + i * 0.001, 0.1 + i * 0.002]
+    table = [["Over", "Upto", "A value", "B value"]]
+    table += [[i * 0.5, i * 0.5 + 0.5, 0.05 + i * 0.001, 0.1 + i * 0.002] for i in range(rows)]
     if path.endswith(".xlsx"):
         book = openpyxl.Workbook(write_only=True)
         sheet = book.create_sheet("Table")
-        sheet.append(header)
-        for i in range(rows):
-            sheet.append(values(i))
-        book.save(path)
+        for values in table:
+            sheet.append(values)
     else:
         book = xlwt.Workbook()
         sheet = book.add_sheet("Table")
-        for column, text in enumerate(header):
-            sheet.write(0, column, text)
-        for i in range(rows):
-            for column, value in enumerate(values(i)):
-                sheet.write(i + 1, column, value)
-        book.save(path)
+        for row, values in enumerate(table):
+            for column, value in enumerate(values):
+                sheet.write(row, column, value)
+    book.save(path)
 
 
 def write_damaged(directory):
-    with open(os.path.join(directory, "layout.xlsx"), "rb") as whole:
-        data = whole.read()
-    with open(os.path.join(directory, "truncated.xlsx"), "wb") as out:
-        out.write(data[: len(data) // 2])
-    with open(os.path.join(directory, "layout.xls"), "rb") as whole:
-        data = whole.read()
-    with open(os.path.join(directory, "truncated.xls"), "wb") as out:
-        out.write(data[: len(data) // 2])
+    for extension in ("xlsx", "xls"):
+        with open(os.path.join(directory, f"layout.{extension}"), "rb") as whole:
+            data = whole.read()
+        with open(os.path.join(directory, f"truncated.{extension}"), "wb") as out:
+            out.write(data[: len(data) // 2])
+        open(os.path.join(directory, f"empty.{extension}"), "wb").close()
     with zipfile.ZipFile(os.path.join(directory, "nosheet.xlsx"), "w", zipfile.ZIP_DEFLATED) as archive:
         archive.writestr("readme.txt", "an archive without a workbook\n")
     with open(os.path.join(directory, "random.xls"), "wb") as out:
         out.write(random.Random(5).randbytes(4096))
-    for name in ("empty.xls", "empty.xlsx"):
-        open(os.path.join(directory, name), "wb").close()
 
 
 def write_seeds(directory):
@@ -209,25 +169,24 @@ def write_seeds(directory):
     write_active_xls(os.path.join(directory, "active.xls"))
 
 
+def write_samples(directory):
+    write_layout(directory)
+    write_active_xlsx(os.path.join(directory, "active.xlsx"))
+    write_active_xls(os.path.join(directory, "active.xls"))
+    write_damaged(directory)
+    write_mixed(directory)
+    write_long_texts(os.path.join(directory, "texts.xls"))
+
+
 def main(argv):
-    if len(argv) == 3 and argv[1] == "samples":
-        directory = argv[2]
-        write_layout_xlsx(os.path.join(directory, "layout.xlsx"))
-        write_layout_xls(os.path.join(directory, "layout.xls"))
-        write_active_xlsx(os.path.join(directory, "active.xlsx"))
-        write_active_xls(os.path.join(directory, "active.xls"))
-        write_damaged(directory)
-        write_mixed(directory)
-        write_long_texts(os.path.join(directory, "texts.xls"))
-        return 0
-    if len(argv) == 3 and argv[1] == "seeds":
-        write_seeds(argv[2])
-        return 0
-    if len(argv) == 4 and argv[1] == "big":
+    if len(argv) == 3 and argv[1] in ("samples", "seeds"):
+        (write_samples if argv[1] == "samples" else write_seeds)(argv[2])
+    elif len(argv) == 4 and argv[1] == "big":
         write_big(int(argv[2]), argv[3])
-        return 0
-    print(__doc__, file=sys.stderr)
-    return 2
+    else:
+        print(__doc__, file=sys.stderr)
+        return 2
+    return 0
 
 
 if __name__ == "__main__":
