@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 
@@ -49,6 +50,12 @@ class KvximFolder : public ::testing::Test {
 
   ProcessResult Run(const std::string& args, const std::string& environment = "") {
     return RunKvxim(folder_, args, environment);
+  }
+  // The JSON kvxim prints for `args`, which must succeed; an empty array when it does not.
+  nlohmann::json Json(const std::string& args) {
+    const ProcessResult result = Run(args);
+    EXPECT_EQ(result.exitCode, 0) << args << ": " << result.err;
+    return result.exitCode == 0 ? nlohmann::json::parse(result.out) : nlohmann::json::array();
   }
   std::string Path(const std::string& name) const { return (folder_ / name).string(); }
   void Write(const std::string& name, const std::string& text) const { std::ofstream(folder_ / name) << text; }
