@@ -243,5 +243,5 @@ TEST(UiServices, ConfigureRuleAsksTheDialogServiceAndMessagesReachTheInstalledBo
   EXPECT_EQ(KvxMessageBox(L"Gr\u00f6\u00dfe", L"Korvex", KvxMessageIcon::Exclamation), KVX_IDOK);
   KvxMessageBox(L"no caption");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Korvex: Gr\xC3\xB6\xC3\x9F" "e\nno caption\n");
-  SetMessageBoxService(&log);  // the recorder's destructor puts the console box back
+  EXPECT_EQ(SetMessageBoxService(&log), nullptr) << "the console box is the default";
 }
