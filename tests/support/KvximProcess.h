@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 
 namespace kvx::test {
@@ -22,9 +22,7 @@ struct ProcessResult {
 
 inline std::string ReadTextFile(const std::filesystem::path& path) {
   std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 // Runs kvxim with `args` (shell-quoted) and no standard input; `environment` goes first ("env -u NAME").
