@@ -1,6 +1,6 @@
 // The module as a host sees it: loaded by path, driven only through its seven exports.
-#include <cstdio>
 #include <set>
+#include <sstream>
 
 #include "ModuleLoader.h"
 
@@ -30,17 +30,9 @@ const std::vector<int> kFreshOrder = {12010, 12040, 12050, 12060, 12070, 12090, 
                                       12220, 12174, 12210, 12178, 12150, 12176, 12120, 12140, 12160, 12180};
 
 TEST(ModuleExports, OnlyTheSevenEntryPointsAreExported) {
-  const std::string command = "nm -D --defined-only " + std::string(KVX_BIN_DIR) + "/libKVXIMRulesu.so";
-  FILE* pipe = popen(command.c_str(), "r");
-  ASSERT_NE(pipe, nullptr);
+  std::istringstream listing(CommandOutput("nm -D --defined-only " KVX_BIN_DIR "/libKVXIMRulesu.so"));
   std::set<std::string> exported;
-  char line[512];
-  while (std::fgets(line, sizeof line, pipe)) {
-    char type = 0;
-    char name[400] = {};
-    if (std::sscanf(line, "%*s %c %399s", &type, name) == 2) exported.insert(name);
-  }
-  pclose(pipe);
+  for (std::string address, type, name; listing >> address >> type >> name;) exported.insert(name);
   EXPECT_EQ(exported, (std::set<std::string>{"SetXMLDoc", "SetDBModuleList", "GetModuleName", "GetModuleSummary",
                                              "GetRule", "GetAllRules", "DeleteRule"}));
 }

@@ -3,6 +3,7 @@
 // unloads it again, so each test starts the module afresh under its own environment.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -20,6 +21,15 @@ namespace kvx::test {
 
 inline std::wstring BinPath(const std::wstring& file) { return kvx::platform::Widen(KVX_BIN_DIR) + L"/" + file; }
 
+// What `command` (run by the shell) prints on its standard output.
+inline std::string CommandOutput(const std::string& command) {
+  std::string output;
+  FILE* pipe = popen(command.c_str(), "r");
+  char buffer[512];
+  while (pipe && std::fgets(buffer, sizeof buffer, pipe)) output += buffer;
+  if (pipe) pclose(pipe);
+  return output;
+}
 
 class LoadedModule {
  public:

@@ -72,55 +72,44 @@ TEST_F(Startup, MaterialWorkflowReaderNeedsExactlyOne) {
   }
 }
 
-class LanguageFromSettings : public ::testing::Test {
- protected:
-  void SetUp() override {
-    folder_ = std::filesystem::temp_directory_path() / ("kvx-settings-" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder_);
-    settings_ = std::make_unique<ScopedEnv>("KVX_SETTINGS_DIR", folder_.c_str());
+// The add-in's language option wins while it names a listed language, then the host's English switch, then
+// the user's locale.
+TEST(LanguageFromSettings, FollowsTheOptionThenTheHostThenTheUser) {
+  const auto folder = std::filesystem::temp_directory_path() / ("kvx-settings-" + std::to_string(getpid()));
+  std::filesystem::create_directories(folder);
+  ScopedEnv settings("KVX_SETTINGS_DIR", folder.c_str()), locale("LC_ALL", "de_DE.UTF-8");
+  const std::wstring addin = L"SOFTWARE\\Tarvell\\QPL_PRODUCT\\Korvex\\Add-in", option = L"OptionsLanguage";
+  const struct { std::wstring key, value; int number; const wchar_t* language; } steps[] = {
+      {addin, option, 1, L"german"},
+      {L"SOFTWARE\\Solidworks\\SolidWorks 2008\\General", L"Use English language", 1, L"english"},
+      {addin, option, 0, L"english"},
+      {addin, option, 1036, L"french"},
+      {addin, option, 3082, L"english"}};  // only the listed identifiers map
+  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"german");  // nothing set: follow the user
+  for (const auto& step : steps) {
+    ASSERT_TRUE(platform::WriteSettingNumber(platform::SettingsHive::CurrentUser, step.key, step.value, step.number));
+    EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), step.language) << platform::Narrow(step.value) << step.number;
   }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  void Set(const std::wstring& key, const std::wstring& value, int number) {
-    ASSERT_TRUE(platform::WriteSettingNumber(platform::SettingsHive::CurrentUser, key, value, number));
-  }
-  std::filesystem::path folder_;
-  std::unique_ptr<ScopedEnv> settings_;
-  const std::wstring addin_ = L"SOFTWARE\\Tarvell\\QPL_PRODUCT\\Korvex\\Add-in";
-};
-
-TEST_F(LanguageFromSettings, FollowsTheOptionThenTheHostThenTheUser) {
-  ScopedEnv locale("LC_ALL", "de_DE.UTF-8");
-  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"german");  // absent: follow the host, then the user
-  Set(addin_, L"OptionsLanguage", 1);
-  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"german");
-  Set(L"SOFTWARE\\Solidworks\\SolidWorks 2008\\General", L"Use English language", 1);
-  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"english");
-  Set(addin_, L"OptionsLanguage", 0);
-  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"english");
-  Set(addin_, L"OptionsLanguage", 1036);
-  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"french");
-  Set(addin_, L"OptionsLanguage", 3082);  // only the listed identifiers map
-  EXPECT_EQ(CKVXIMRulesApp::LanguageFromSettings(), L"english");
+  std::filesystem::remove_all(folder);
 }
 
-TEST_F(LanguageFromSettings, LocaleNameDependsOnTheHint) {
-  ScopedEnv locale("LC_ALL", "zh_CN.UTF-8");
-  CKVXIMRulesApp app;
-  const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-      {L"chinese-simplified", L"zh_CN"}, {L"japanese", L"japanese"}, {L"german", L"english"}};
-  for (const auto& [hint, locale] : cases) {
-    app.m_csLanguageHint = hint;
-    EXPECT_EQ(app.LocaleNameForLanguage(), locale) << platform::Narrow(hint);
-  }
-}
-
-TEST(Languages, NamesAndIdentifiersWithEnglishAsTheFallback) {
+// Unknown names and identifiers mean English; the locale follows the hint only where a language has several.
+TEST(Languages, NamesIdentifiersAndLocalesWithEnglishAsTheFallback) {
   EXPECT_EQ(CLanguageUtil::LanguageNameToId(L"Chinese-Simplified"), 2052u);
   EXPECT_EQ(CLanguageUtil::LanguageIdToName(1028), L"chinese");
   EXPECT_EQ(CLanguageUtil::LanguageNameToId(L"portuguese-brazilian"), 1046u);
   EXPECT_EQ(CLanguageUtil::LanguageIdToName(1031), L"german");
   for (const wchar_t* name : {L"", L"dutch", L"german "}) EXPECT_EQ(CLanguageUtil::LanguageNameToId(name), 1033u);
   for (unsigned id : {0u, 1043u}) EXPECT_EQ(CLanguageUtil::LanguageIdToName(id), L"english") << id;
+
+  ScopedEnv locale("LC_ALL", "zh_CN.UTF-8");
+  CKVXIMRulesApp app;
+  const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+      {L"chinese-simplified", L"zh_CN"}, {L"japanese", L"japanese"}, {L"german", L"english"}};
+  for (const auto& [hint, name] : cases) {
+    app.m_csLanguageHint = hint;
+    EXPECT_EQ(app.LocaleNameForLanguage(), name) << platform::Narrow(hint);
+  }
 }
 
 }  // namespace

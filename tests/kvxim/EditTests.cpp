@@ -3,12 +3,14 @@
 // untouched it writes the rule set unchanged, an edited limit is what `kvxim show` then shows, and Cancel
 // writes nothing. (Typing into the tolerance dialog's table is the dialog tests' business.)
 #include "../support/KvximProcess.h"
+#include "../support/ScopedEnv.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -86,13 +88,7 @@ class EditInProcess : public EditCommand {
  protected:
   void SetUp() override {
     EditCommand::SetUp();
-    setenv("KVX_MODULE_DIR", KVX_BIN_DIR, 1);
-    setenv("KVX_MATERIAL_DB", Path("materials.sqlite").c_str(), 1);
-  }
-  void TearDown() override {
-    unsetenv("KVX_MODULE_DIR");
-    unsetenv("KVX_MATERIAL_DB");
-    EditCommand::TearDown();
+    materials_.emplace("KVX_MATERIAL_DB", Path("materials.sqlite"));
   }
 
   int Edit(const std::string& rule, const std::string& output, const std::function<void(QDialog&)>& script) {
@@ -122,14 +118,14 @@ class EditInProcess : public EditCommand {
 
   // Rule `id` as `kvxim show` gives it from rules.xml.
   json Shown(int id) {
-    const Result shown = Run("show --json '" + Path("rules.xml") + "'");
-    EXPECT_EQ(shown.exitCode, 0) << shown.err;
-    for (const auto& rule : json::parse(shown.exitCode == 0 ? shown.out : "[]")) {
+    for (const auto& rule : Json("show --json '" + Path("rules.xml") + "'")) {
       if (!rule.is_null() && rule["id"] == id) return rule;
     }
     return json::object();
   }
 
+  kvx::test::ScopedEnv moduleDir_{"KVX_MODULE_DIR", KVX_BIN_DIR};
+  std::optional<kvx::test::ScopedEnv> materials_;
   int messageBoxes_ = 0;
   std::string errors_;
 };

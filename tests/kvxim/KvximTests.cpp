@@ -12,16 +12,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using Result = kvx::test::ProcessResult;
 using kvx::test::ReadTextFile;
-
-class Kvxim : public kvx::test::KvximFolder {
- protected:
-  // The JSON kvxim prints for `args`, which must succeed.
-  json Json(const std::string& args) {
-    const Result result = Run(args);
-    EXPECT_EQ(result.exitCode, 0) << args << ": " << result.err;
-    return result.exitCode == 0 ? json::parse(result.out) : json::array();
-  }
-};
+using Kvxim = kvx::test::KvximFolder;
 
 // Parameter `id` of rule `ruleId`, or its entry in the rule's constraint named `constraint`; null if none.
 json Parameter(const json& rules, int ruleId, int id, const std::string& constraint = "") {
@@ -40,8 +31,10 @@ json Values(const json& rules, int ruleId, int id, const std::string& constraint
   return Parameter(rules, ruleId, id, constraint)["values"];
 }
 
+// The listing names operators, severities and units beside their codes; a new rule set, shown, lists the
+// same rules (the constraints' flags aside), and `show` gives null for rules it cannot build.
 TEST_F(Kvxim, FreshRuleSetListsAsJsonAndRoundTripsThroughNewAndShow) {
-  const json rules = Json("rules --json");
+  json rules = Json("rules --json");
   ASSERT_EQ(rules.size(), 20u);
   EXPECT_EQ(rules[0]["id"], 12010);
   EXPECT_EQ(rules[19]["id"], 12180);
@@ -51,7 +44,6 @@ TEST_F(Kvxim, FreshRuleSetListsAsJsonAndRoundTripsThroughNewAndShow) {
   }
   EXPECT_EQ(Values(rules, 12150, 2347), json::array({2.0}));
   EXPECT_EQ(Values(rules, 12150, 2348), json::array({4.0}));
-  // Names stand beside the codes: the operator's symbol, the severity's name, the units' names.
   EXPECT_EQ(Parameter(rules, 12150, 2347)["operator"], 5);
   EXPECT_EQ(Parameter(rules, 12150, 2347)["operatorSymbol"], "<");
   EXPECT_EQ(rules[0]["severityName"], "Medium");
@@ -62,33 +54,26 @@ TEST_F(Kvxim, FreshRuleSetListsAsJsonAndRoundTripsThroughNewAndShow) {
   EXPECT_EQ(ribTip["operatorOptionSymbols"], json::array({">=", ">", "RANGE"}));
 
   ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
-  const json shown = Json("show " + Path("set.xml") + " --json");
-  ASSERT_EQ(shown.size(), rules.size());
-  for (size_t i = 0; i < rules.size(); ++i) {
-    EXPECT_EQ(shown[i]["name"], rules[i]["name"]);
-    EXPECT_EQ(shown[i]["id"], rules[i]["id"]);
-    EXPECT_EQ(shown[i]["parameters"], rules[i]["parameters"]) << rules[i]["name"];
-    ASSERT_EQ(shown[i]["constraints"].size(), rules[i]["constraints"].size()) << rules[i]["name"];
-    for (size_t c = 0; c < rules[i]["constraints"].size(); ++c) {
-      EXPECT_EQ(shown[i]["constraints"][c]["name"], rules[i]["constraints"][c]["name"]);
-      EXPECT_EQ(shown[i]["constraints"][c]["parameters"], rules[i]["constraints"][c]["parameters"]) << rules[i]["name"];
+  json shown = Json("show " + Path("set.xml") + " --json");
+  for (json* set : {&rules, &shown}) {
+    for (json& rule : *set) {
+      for (json& constraint : rule["constraints"]) constraint.erase("status"), constraint.erase("secondFlag");
     }
   }
+  EXPECT_EQ(shown, rules);
   const std::string xml = ReadTextFile(Path("set.xml"));
   EXPECT_NE(xml.find("<RuleSet Unit=\"0\" AngularUnit=\"0\">"), std::string::npos);
   EXPECT_NE(xml.find("<Rule Name=\"Hole Depth to Diameter Ratio\" Status=\"0\" LifeStatus="), std::string::npos);
-}
 
-TEST_F(Kvxim, ShowGivesNullForRulesItCannotBuild) {
   Write("set.xml",
         "<RuleSet Unit=\"0\" AngularUnit=\"0\"><Rule Name=\"Lip Bottom Radius\" Module=\"KvxIMRulesValidator\"/>"
         "<Rule Name=\"Hole Spacing\" Module=\"KvxIMRulesValidator\"/><Rule Name=\"x\" Module=\"Other\"/></RuleSet>");
-  const json rules = Json("show " + Path("set.xml") + " --json");
-  ASSERT_EQ(rules.size(), 3u);
-  EXPECT_TRUE(rules[0].is_null());
-  EXPECT_EQ(rules[1]["id"], 12160);
-  EXPECT_EQ(rules[1]["name"], "Hole Spacing");  // a loaded rule keeps the name its record gives
-  EXPECT_TRUE(rules[2].is_null());
+  shown = Json("show " + Path("set.xml") + " --json");
+  ASSERT_EQ(shown.size(), 3u);
+  EXPECT_TRUE(shown[0].is_null());
+  EXPECT_EQ(shown[1]["id"], 12160);
+  EXPECT_EQ(shown[1]["name"], "Hole Spacing");  // a loaded rule keeps the name its record gives
+  EXPECT_TRUE(shown[2].is_null());
 }
 
 // Bad files exit 1 with their reason; usage errors exit 2 and name the values that would have been taken.
@@ -101,16 +86,15 @@ TEST_F(Kvxim, BadInputGivesOneLineAndItsExitCode) {
     std::string args;
     int exitCode;
     std::string mentions;
-    std::string environment;
+    std::string environment = "";
   } cases[] = {
-      {"show " + Path("missing.xml"), 1, "missing.xml", ""},
-      {"show " + Path("broken.xml"), 1, "line 1", ""},
-      {"show " + Path("other.xml"), 1, "RuleSet", ""},
-      {"show " + Path("empty.xml"), 1, "empty.xml", ""},
-      {"--lang klingon rules", 2, "german", ""},
-      {"convert " + Path("other.xml") + " --length parsec --angle deg", 2, "inch", ""},
-      {"convert " + Path("other.xml") + " --length mm --angle gon", 2, "rad", ""},
-      {"frobnicate", 2, "frobnicate", ""},
+      {"show " + Path("missing.xml"), 1, "missing.xml"},
+      {"show " + Path("broken.xml"), 1, "line 1"},
+      {"show " + Path("other.xml"), 1, "RuleSet"},
+      {"show " + Path("empty.xml"), 1, "empty.xml"},
+      {"convert " + Path("other.xml") + " --length parsec --angle deg", 2, "inch"},
+      {"convert " + Path("other.xml") + " --length mm --angle gon", 2, "rad"},
+      {"frobnicate", 2, "frobnicate"},
       {"new -o " + Path("set.xml"), 1, Path("no-resources"), "KVX_RESOURCE_ROOT=" + Path("no-resources")},
   };
   for (const auto& entry : cases) {
@@ -124,25 +108,21 @@ TEST_F(Kvxim, BadInputGivesOneLineAndItsExitCode) {
 // The habits of command-line tools: help for every command and without one, a version, names in any case,
 // "-" for stdout; resources and units answer without the module.
 TEST_F(Kvxim, FollowsCommandLineConventions) {
-  for (const char* command :
-       {"", "--help", "rules --help", "new --help", "show --help", "convert --help", "units --help", "resource --help",
-        "materials --help", "sheet --help", "demo --help", "edit --help"}) {
+  for (const char* command : {"", "--help", "rules --help", "new --help", "show --help", "convert --help",
+                              "units --help", "resource --help", "materials --help", "sheet --help", "demo --help",
+                              "edit --help"}) {
     const Result result = Run(command);
     EXPECT_EQ(result.exitCode, 0) << command;
     EXPECT_NE(result.out.find("Usage"), std::string::npos) << command;
     EXPECT_TRUE(result.err.empty()) << command;
   }
-  const Result version = Run("--version");
-  EXPECT_EQ(version.exitCode, 0);
-  EXPECT_EQ(version.out, std::string(KVX_PROJECT_VERSION) + "\n");
+  EXPECT_EQ(Run("--version").out, std::string(KVX_PROJECT_VERSION) + "\n");
 
   const Result toStdout = Run("new -o -");
-  ASSERT_EQ(toStdout.exitCode, 0) << toStdout.err;
-  EXPECT_EQ(toStdout.out.rfind("<?xml", 0), 0u);
+  ASSERT_EQ(toStdout.out.rfind("<?xml", 0), 0u) << toStdout.err;
   Write("set.xml", toStdout.out);
   const Result inches = Run("convert " + Path("set.xml") + " --length INCH --angle Rad -o -");
-  ASSERT_EQ(inches.exitCode, 0) << inches.err;
-  EXPECT_NE(inches.out.find("<RuleSet Unit=\"3\" AngularUnit=\"1\">"), std::string::npos);
+  EXPECT_NE(inches.out.find("<RuleSet Unit=\"3\" AngularUnit=\"1\">"), std::string::npos) << inches.err;
   EXPECT_EQ(ReadTextFile(Path("set.xml")), toStdout.out);  // -o - leaves the file alone
 
   EXPECT_EQ(Run("resource 2827").out, "Default\n");
@@ -155,7 +135,7 @@ TEST_F(Kvxim, FollowsCommandLineConventions) {
 }
 
 // Each rule converts exactly its own set of values: its own, its "Default" constraint's, or none; converted
-// back, the factory values return.
+// back, every value of the factory set returns.
 TEST_F(Kvxim, ConvertChangesExactlyWhatEachRuleConvertsAndBackAgain) {
   ASSERT_EQ(Run("new -o " + Path("set.xml")).exitCode, 0);
   ASSERT_EQ(Run("convert " + Path("set.xml") + " --length in --angle rad -o " + Path("inch.xml")).exitCode, 0);
@@ -192,22 +172,18 @@ TEST_F(Kvxim, ConvertChangesExactlyWhatEachRuleConvertsAndBackAgain) {
     EXPECT_TRUE(rule.is_null() || rule["id"] != 12174 || rule["constraints"].size() == 7u) << "tolerance materials";
   }
 
+  // The XML keeps six decimals, so small angles in radians lose a few digits on the way (the summaries too).
   ASSERT_EQ(Run("convert " + Path("inch.xml") + " --length mm --angle deg").exitCode, 0);
-  const json back = Json("show " + Path("inch.xml") + " --json");
-  const json fresh = Json("show " + Path("set.xml") + " --json");
+  const json back = Json("show " + Path("inch.xml") + " --json").flatten();
+  const json fresh = Json("show " + Path("set.xml") + " --json").flatten();
   ASSERT_EQ(back.size(), fresh.size());
-  for (size_t i = 0; i < back.size(); ++i) {
-    for (size_t p = 0; p < back[i]["parameters"].size(); ++p) {
-      const auto& a = back[i]["parameters"][p]["values"];
-      const auto& b = fresh[i]["parameters"][p]["values"];
-      ASSERT_EQ(a.size(), b.size());
-      for (size_t v = 0; v < a.size(); ++v) {
-        // The XML keeps six decimals, so small angles in radians lose a few digits on the way.
-        if (!a[v].is_number()) continue;
-        const double expected = b[v].get<double>();
-        EXPECT_NEAR(a[v].get<double>(), expected, std::max(1e-5, 1e-4 * std::abs(expected))) << back[i]["name"];
-      }
+  for (const auto& [key, value] : fresh.items()) {
+    if (!value.is_number()) {
+      EXPECT_TRUE(key.ends_with("summary") || back.at(key) == value) << key;
+      continue;
     }
+    const double expected = value.get<double>();
+    EXPECT_NEAR(back.at(key).get<double>(), expected, std::max(1e-5, 1e-4 * std::abs(expected))) << key;
   }
 }
 

@@ -17,14 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-class Translations : public kvx::test::KvximFolder {
- protected:
-  json Json(const std::string& args) {
-    const kvx::test::ProcessResult result = Run(args);
-    EXPECT_EQ(result.exitCode, 0) << args << ": " << result.err;
-    return result.exitCode == 0 ? json::parse(result.out) : json::array();
-  }
-};
+using Translations = kvx::test::KvximFolder;
 
 // The texts of a rule that a user reads: its display name, its summary and its parameters' names.
 std::vector<std::string> ShownTexts(const json& rule) {

@@ -46,34 +46,24 @@ std::vector<std::string> Strings(const Errors& errors) {
   return strings;
 }
 
-// The entries as (id, text) pairs in table order.
-std::vector<std::pair<int, std::string>> Entries(const StringTable& table) {
-  std::vector<std::pair<int, std::string>> entries;
-  for (const auto& entry : table.entries) entries.emplace_back(entry.id, entry.text);
-  return entries;
-}
-
 }  // namespace
 
 TEST(RescompTable, ReadsEntriesCommentsEscapesAndWindowsLineEnds) {
   const std::string content =
-      "\xEF\xBB\xBF# comment\n"
-      "\n"
-      "   \t\n"
-      "  # indented comment\n"
+      "\xEF\xBB\xBF# comment\n\n   \t\n  # indented comment\n"
       "2043\t\\sor equal to\r\n"
       "7\tTab\\there, line\\nbreak, backslash \\\\ and # not a comment\n"
       "65535\tGr\xC3\xB6\xC3\x9F" "e\n"
-      "12\t\n"
-      "1\tlast line without new line";
+      "12\t\n1\tlast line without new line";
   const TableParse parse = ParseStringTable(content, "t.txt");
 
   ASSERT_TRUE(parse.ok()) << parse.errors.front().ToString();
   using E = std::pair<int, std::string>;
-  EXPECT_THAT(Entries(parse.table),
-              ElementsAre(E{1, "last line without new line"},
-                          E{7, "Tab\there, line\nbreak, backslash \\ and # not a comment"}, E{12, ""},
-                          E{2043, " or equal to"}, E{65535, "Gr\xC3\xB6\xC3\x9F" "e"}));
+  std::vector<E> entries;
+  for (const auto& entry : parse.table.entries) entries.emplace_back(entry.id, entry.text);
+  EXPECT_THAT(entries, ElementsAre(E{1, "last line without new line"},
+                                   E{7, "Tab\there, line\nbreak, backslash \\ and # not a comment"}, E{12, ""},
+                                   E{2043, " or equal to"}, E{65535, "Gr\xC3\xB6\xC3\x9F" "e"}));
   EXPECT_EQ(parse.table.Find(2043)->line, 5);
   EXPECT_EQ(parse.table.Find(2), nullptr);
 }

@@ -123,13 +123,34 @@ TEST(ResourceTables, EveryNamedIdIsInEveryLibraryAndEveryEntryIsNamed) {
     const auto library = Library(language);
     ASSERT_TRUE(library);
     for (const auto& [name, id] : named) EXPECT_TRUE(library->String(id)) << name << " = " << id;
-    for (const auto& entry : Table(language).entries) {
+    const StringTable table = Table(language);
+    for (const auto& entry : table.entries) {
       EXPECT_TRUE(namedIds.contains(entry.id)) << "id " << entry.id << " has no name in StringIds.h";
     }
+    // The summaries look up the default constraint by this name in every language.
+    EXPECT_EQ(table.Find(res::kDefaultConstraintName)->text, Narrow(res::kDefaultConstraintText));
+    // Inserted straight after "less than"/"greater than" with no space of its own.
+    EXPECT_TRUE(table.Find(res::kOrEqualTo)->text.starts_with(' '));
+    // A severity name is turned back into its code, so the five names must differ.
+    std::set<std::string> severities;
+    for (int id = res::kSeverityVeryLow; id <= res::kSeverityVeryHigh; ++id) severities.insert(table.Find(id)->text);
+    EXPECT_EQ(severities.size(), 5u);
   }
 }
 
-TEST(ResourceTables, FormatsTakeTheArgumentsTheirCallersPass) {
+// English rule names are exact, and every format takes the arguments its callers pass.
+TEST(ResourceTables, EnglishKeyNamesAndFormats) {
+  // English rule names are the keys saved rule sets store; the common-rules library uses the same.
+  const std::map<int, std::string> ruleNames = {
+      {2056, "Boss Base Radius"}, {2067, "Boss Tip Radius"}, {2115, "Draft Angle"}, {2090, "Rib Parameters"},
+      {2111, "Undercut Detection"}, {2073, "Rib Reinforcement"}, {2078, "Maximum Cut-out Area"},
+      {2096, "Moulded Wall Thickness"}, {2135, "Wall Thickness Variation"}, {2203, "Sudden Wall Thickness Variation"},
+      {2047, "Uniform Thickness"}, {2345, "Hole Depth to Diameter Ratio"}, {2464, "Boss Draft Angle"},
+      {2728, "Rib Tip Thickness"}, {2515, "Recommended Moulding Tolerance"}, {2735, "Recommended Core Pin Diameter"},
+      {2326, "Rib Base Radius"}, {2610, "Spacing Between Holes"}, {2372, "Hole Spacing"},
+      {2182, "Undercut Interference"}, {2285, "Undercut Interference Check"}, {2576, "Variable Draft Angle"},
+      {2493, "Boss Parameters"}, {2441, "Lip Bottom Radius"}, {2062, "Minimum Rib Clearance"},
+  };
   // Number of wide-string arguments each format is filled with; every other text takes none.
   const std::map<int, int> stringArguments = {
       {res::kHoleDepthSummary, 4}, {res::kBossDraftInnerWallSummary, 3}, {res::kBossDraftOuterWallSummary, 3},
@@ -148,43 +169,13 @@ TEST(ResourceTables, FormatsTakeTheArgumentsTheirCallersPass) {
       {res::kSheetOverNotANumber, 1}, {res::kValueOutOfRange, 3}, {res::kValueBelowZero, 1},
       {res::kRangeUpperBelowLower, 1},
   };
-  for (const auto& entry : Table("english").entries) {
+  const StringTable english = Table("english");
+  for (const auto& [id, name] : ruleNames) EXPECT_EQ(english.Find(id) ? english.Find(id)->text : "", name) << id;
+  for (const auto& entry : english.entries) {
     const auto found = stringArguments.find(entry.id);
     const int expected = found == stringArguments.end() ? 0 : found->second;
     EXPECT_EQ(kvx::rescomp::PrintfPlaceholders(entry.text), std::vector<std::string>(expected, "%s"))
         << "id " << entry.id;
-  }
-}
-
-TEST(ResourceTables, KeyTextsAreExact) {
-  // English rule names are the keys saved rule sets store; the common-rules library uses the same.
-  const std::map<int, std::string> ruleNames = {
-      {2056, "Boss Base Radius"}, {2067, "Boss Tip Radius"}, {2115, "Draft Angle"},
-      {2090, "Rib Parameters"}, {2111, "Undercut Detection"}, {2073, "Rib Reinforcement"},
-      {2078, "Maximum Cut-out Area"}, {2096, "Moulded Wall Thickness"}, {2135, "Wall Thickness Variation"},
-      {2203, "Sudden Wall Thickness Variation"}, {2047, "Uniform Thickness"},
-      {2345, "Hole Depth to Diameter Ratio"}, {2464, "Boss Draft Angle"}, {2728, "Rib Tip Thickness"},
-      {2515, "Recommended Moulding Tolerance"}, {2735, "Recommended Core Pin Diameter"},
-      {2326, "Rib Base Radius"}, {2610, "Spacing Between Holes"}, {2372, "Hole Spacing"},
-      {2182, "Undercut Interference"}, {2285, "Undercut Interference Check"}, {2576, "Variable Draft Angle"},
-      {2493, "Boss Parameters"}, {2441, "Lip Bottom Radius"}, {2062, "Minimum Rib Clearance"},
-  };
-  const StringTable english = Table("english");
-  for (const auto& [id, name] : ruleNames) {
-    ASSERT_TRUE(english.Find(id)) << id;
-    EXPECT_EQ(english.Find(id)->text, name) << id;
-  }
-  for (const std::string& language : kvx::test::BuiltLanguages()) {
-    SCOPED_TRACE(language);
-    const StringTable table = Table(language);
-    // The summaries look up the default constraint by this name in every language.
-    EXPECT_EQ(table.Find(res::kDefaultConstraintName)->text, Narrow(res::kDefaultConstraintText));
-    // Inserted straight after "less than"/"greater than" with no space of its own.
-    EXPECT_TRUE(table.Find(res::kOrEqualTo)->text.starts_with(' '));
-    // A severity name is turned back into its code, so the five names must differ.
-    std::set<std::string> severities;
-    for (int id = res::kSeverityVeryLow; id <= res::kSeverityVeryHigh; ++id) severities.insert(table.Find(id)->text);
-    EXPECT_EQ(severities.size(), 5u);
   }
 }
 

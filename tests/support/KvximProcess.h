@@ -8,7 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace kvx::test {
@@ -21,9 +22,7 @@ struct ProcessResult {
 
 inline std::string ReadTextFile(const std::filesystem::path& path) {
   std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 // Runs kvxim with `args` (shell-quoted) and no standard input; `environment` goes first ("env -u NAME").
@@ -49,6 +48,12 @@ class KvximFolder : public ::testing::Test {
 
   ProcessResult Run(const std::string& args, const std::string& environment = "") {
     return RunKvxim(folder_, args, environment);
+  }
+  // The JSON kvxim prints for `args`, which must succeed; an empty array when it does not.
+  nlohmann::json Json(const std::string& args) {
+    const ProcessResult result = Run(args);
+    EXPECT_EQ(result.exitCode, 0) << args << ": " << result.err;
+    return result.exitCode == 0 ? nlohmann::json::parse(result.out) : nlohmann::json::array();
   }
   std::string Path(const std::string& name) const { return (folder_ / name).string(); }
   void Write(const std::string& name, const std::string& text) const { std::ofstream(folder_ / name) << text; }

@@ -7,10 +7,9 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "MessageRecorder.h"
 #include "kvx/framework/KvxTypes.h"
-#include "kvx/framework/KvxUiServices.h"
 #include "kvx/framework/KvxXML.h"
 #include "kvx/params/ModuleContext.h"
 #include "kvx/platform/DynamicLibrary.h"
@@ -18,26 +17,6 @@
 #include "kvx/platform/Text.h"
 
 namespace kvx::test {
-
-// Records every message box instead of showing it.
-class MessageRecorder final : public IKvxMessageBoxService {
- public:
-  struct Message {
-    std::wstring text;
-    std::wstring caption;
-    KvxMessageIcon icon;
-  };
-  MessageRecorder() : previous_(SetMessageBoxService(this)) {}
-  ~MessageRecorder() override { SetMessageBoxService(previous_); }
-  int Show(const std::wstring& text, const std::wstring& caption, KvxMessageIcon icon) override {
-    messages.push_back({text, caption, icon});
-    return KVX_IDOK;
-  }
-  std::vector<Message> messages;
-
- private:
-  IKvxMessageBoxService* previous_;
-};
 
 // Path of a resource library built into this build tree ("english", "german").
 inline std::wstring ResourceLibraryPath(const std::string& language) {
