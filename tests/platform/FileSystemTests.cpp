@@ -1,4 +1,5 @@
 // File-system probes and atomic file writing.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -123,6 +124,16 @@ TEST_F(AtomicWrite, CreatesReplacesAndWritesThroughALinkWholeButCreatingNeverRep
   EXPECT_TRUE(fs::is_symlink(folder_ / "link.xml"));
   EXPECT_EQ(ReadWholeFile(folder_ / "real.xml"), "new");
   EXPECT_EQ(EntriesIn(folder_.Path()), 3);
+
+  // A pipe or a device (-o /dev/null) gets the bytes; a file renamed over it would replace it for everyone.
+  const fs::path pipe = folder_ / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+  EXPECT_TRUE(WriteFileAtomically(W(pipe), "through"));
+  char received[16] = {};
+  EXPECT_EQ(::read(reader, received, sizeof received), 7);
+  ::close(reader);
+  EXPECT_TRUE(fs::is_fifo(pipe));
 }
 
 // A new file follows the umask; a replaced one keeps its mode, so a file the user kept private stays private.
