@@ -12,121 +12,26 @@
 #include "ModuleHost.h"
 #include "kvx/framework/KvxRule.h"
 #include "kvx/framework/RulePointerArray.h"
+#include "kvx/platform/DynamicLibrary.h"
 #include "kvx/platform/FileSystem.h"
+#include "kvx/platform/Paths.h"
 #include "kvx/platform/Text.h"
-
-#ifdef KVXIM_WITH_CHECKER
-#include "kvx/checker/Check.h"
-#include "kvx/checker/Output.h"
-#endif
 
 namespace kvxim {
 
-#ifdef KVXIM_WITH_CHECKER
-namespace {
-using kvx::platform::Narrow;
-using kvx::platform::Widen;
-
-// What the checker reads of each rule.
-std::vector<kvx::checker::RuleInput> Describe(const HeldRules& held) {
-  std::vector<kvx::checker::RuleInput> inputs;
-  for (const CKvxRule* rule : held.All()) inputs.push_back(kvx::checker::DescribeRule(*rule));
-  return inputs;
-}
-
-// The factory rules, or those of the rule-set file; false after a line to `err` when the file cannot be used.
-bool CollectRules(ModuleHost& host, const std::string& file, HeldRules& held, std::ostream& err) {
-  if (file.empty()) {
-    held.AddFresh();
-    return true;
-  }
-  auto root = LoadRuleSet(host, file, err);
-  if (!root) return false;
-  const auto nodes = root->GetNodeList(L"Rule");
-  for (int i = 0; i < nodes->GetSize(); ++i) held.AddFor(nodes->GetItem(i).get());
-  return true;
-}
-
-int WorstSeverity(const kvx::checker::CheckReport& report) {
-  int worst = -1;
-  for (const auto& finding : report.findings) worst = std::max(worst, finding.severity);
-  return worst;
-}
-}  // namespace
-
-bool ParsePull(const std::string& text, std::optional<std::array<double, 3>>& pull) {
-  if (text == "auto") {
-    pull.reset();
-    return true;
-  }
-  std::array<double, 3> v{};
-  std::istringstream in(text);
-  char comma1 = 0, comma2 = 0;
-  if (!(in >> v[0] >> comma1 >> v[1] >> comma2 >> v[2]) || comma1 != ',' || comma2 != ',') return false;
-  in >> std::ws;
-  if (!in.eof()) return false;
-  const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
-  if (!std::isfinite(length) || length == 0) return false;
-  pull = std::array<double, 3>{v[0] / length, v[1] / length, v[2] / length};
-  return true;
-}
-
 int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::ostream& out, std::ostream& err) {
-  if (options.part.empty()) {
-    err << "kvxim: check needs a part file (kvxim check PART.step)\n";
-    return kCheckUsage;
-  }
-  std::optional<std::array<double, 3>> pull;
-  if (!ParsePull(options.pull, pull)) {
-    err << "kvxim: --pull takes X,Y,Z (not all zero) or auto, not \"" << options.pull << "\"\n";
-    return kCheckUsage;
-  }
-  const int threshold = kvx::checker::SeverityFromName(options.failOn);
-  if (threshold < 0) {
-    err << "kvxim: --fail-on takes very-low, low, medium, high or very-high, not \"" << options.failOn << "\"\n";
-    return kCheckUsage;
-  }
-  if (!(options.budgetSeconds > 0)) {
-    err << "kvxim: --budget takes a positive number of seconds\n";
-    return kCheckUsage;
-  }
-
-  HeldRules held(host);
-  if (!CollectRules(host, options.rules, held, err)) return kCheckUnreadable;
-  const auto rules = Describe(held);
-
-  kvx::checker::CheckOptions checkOptions;
-  if (pull) checkOptions.pull = kvx::checker::Vec3{(*pull)[0], (*pull)[1], (*pull)[2]};
-  checkOptions.material = options.material;
-  const auto allowance = std::chrono::milliseconds(static_cast<long long>(options.budgetSeconds * 1000));
-  const auto result = kvx::checker::CheckStepFile(options.part, rules, checkOptions, allowance);
-  if (!result.read.ok) {
-    err << "kvxim: " << result.read.error << "\n";
+  // The checker brings Open CASCADE: loaded for this command only, so that no other command pays for it.
+  const std::wstring file =
+      kvx::platform::JoinPath(LibraryFolder(), kvx::platform::LibraryFileName(kCheckLibraryBaseName));
+  const auto library = kvx::platform::DynamicLibrary::Load(file);
+  const auto run = library ? library->Function<RunCheckFn>(kRunCheckExport) : nullptr;
+  if (!run) {
+    err << "kvxim: the part checker cannot be used: " << kvx::platform::Narrow(file) << " is missing or incomplete\n";
     return kCheckUnreadable;
   }
-  const auto library = LoadHostResources();  // the labels of the text and the report in the user's language
-  const auto texts = kvx::checker::ReportTexts::From(library.get());
-  if (options.json)
-    out << kvx::checker::ReportToJson(result.read.part, result.report).dump(2) << "\n";
-  else
-    kvx::checker::WriteTextReport(result.read.part, result.report, texts, out);
-  if (!options.report.empty()) {
-    // Written like a rule set: whole or not at all, through a link, with the system's reason on failure.
-    const kvx::platform::WriteResult written = kvx::platform::WriteFileAtomically(
-        kvx::platform::Widen(options.report), kvx::checker::HtmlReport(result.read.part, result.report, rules, texts));
-    if (!written) {
-      err << "kvxim: " << kvx::platform::Narrow(written.description) << "\n";
-      return kCheckUnreadable;
-    }
-  }
-  return WorstSeverity(result.report) >= threshold ? kCheckFindings : kCheckClean;
+  const auto texts = LoadHostResources();  // the labels of the text and the report in the user's language
+  return run(host, options, texts.get(), out, err);
 }
-#else
-int RunCheckCommand(ModuleHost&, const CheckCommandOptions&, std::ostream&, std::ostream& err) {
-  err << "kvxim: this kvxim was built without the part checker\n";
-  return kCheckUsage;
-}
-#endif
 
 void AddCheckCommand(CLI::App& app, CommandTable& table) {
   auto options = std::make_shared<CheckCommandOptions>();
@@ -137,7 +42,8 @@ void AddCheckCommand(CLI::App& app, CommandTable& table) {
   check->add_option("--material", options->material, "material whose tolerance table applies");
   check->add_flag("--json", options->json, "print one JSON object");
   check->add_option("--report", options->report, "write an HTML report with pictures of the part");
-  check->add_option("--fail-on", options->failOn, "exit 1 on findings of this severity or above (very-low ... very-high)");
+  check->add_option("--fail-on", options->failOn,
+                    "exit 1 on findings of this severity or above (very-low ... very-high)");
   check->add_option("--budget", options->budgetSeconds, "seconds the check may take");
   table.push_back({check, Needs::Module,
                    [options](ModuleHost* host) { return RunCheckCommand(*host, *options, std::cout, std::cerr); }});

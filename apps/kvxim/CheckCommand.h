@@ -11,6 +11,9 @@
 namespace CLI {
 class App;
 }
+namespace kvx::platform {
+class ResourceLibrary;
+}
 
 namespace kvxim {
 
@@ -34,6 +37,13 @@ struct CheckCommandOptions {
 // The pull direction of "X,Y,Z" (not all zero) as a unit vector; none for "auto"; false when it is malformed.
 bool ParsePull(const std::string& text, std::optional<std::array<double, 3>>& pull);
 
+// The library that holds the command's work (with the part checker), beside the module, and its entry point.
+inline constexpr const wchar_t* kCheckLibraryBaseName = L"KvximCheck";
+inline constexpr const char* kRunCheckExport = "KvximRunCheck";
+using RunCheckFn = int (*)(ModuleHost& host, const CheckCommandOptions& options,
+                           const kvx::platform::ResourceLibrary* texts, std::ostream& out, std::ostream& err);
+
+// Loads that library and runs the check; exit code kCheckUnreadable with a line to `err` when it is missing.
 int RunCheckCommand(ModuleHost& host, const CheckCommandOptions& options, std::ostream& out, std::ostream& err);
 
 // Registers the "check" subcommand on `app` and its entry in `table`.

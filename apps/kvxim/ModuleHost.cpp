@@ -13,8 +13,7 @@ std::wstring HostFolder() {
   return kvx::platform::ParentPath(kvx::platform::PathOfBinaryContaining(reinterpret_cast<const void*>(&HostFolder)));
 }
 
-namespace {
-std::wstring ModuleFolder() {
+std::wstring LibraryFolder() {
   if (auto folder = kvx::platform::GetEnvWide(L"KVX_MODULE_DIR"); folder && !folder->empty()) return *folder;
   const std::wstring beside = HostFolder();
   const std::wstring module = kvx::platform::LibraryFileName(kvx::module::kModuleLibraryBaseName);
@@ -23,6 +22,7 @@ std::wstring ModuleFolder() {
   return kvx::platform::JoinPath(beside, KVXIM_LIBDIR_FROM_BINDIR);
 }
 
+namespace {
 template <typename Fn>
 bool Find(const kvx::platform::DynamicLibrary& library, const char* name, Fn& fn, std::wstring& error) {
   fn = library.Function<Fn>(name);
@@ -34,7 +34,7 @@ bool Find(const kvx::platform::DynamicLibrary& library, const char* name, Fn& fn
 std::unique_ptr<ModuleHost> ModuleHost::Load(const std::wstring& databasePath, std::wstring& error,
                                              std::wstring& warning) {
   std::unique_ptr<ModuleHost> host(new ModuleHost());
-  const std::wstring folder = ModuleFolder();
+  const std::wstring folder = LibraryFolder();
 
   // The database library goes first: the tolerance rule only uses it when it is already loaded.
   const std::wstring databaseFile =

@@ -76,4 +76,8 @@ bool SaveRuleSet(ModuleHost& host, const std::string& file, std::ostream& out, s
 // The folder kvxim runs from.
 std::wstring HostFolder();
 
+// The folder kvxim loads the module and its other libraries from: KVX_MODULE_DIR when set, else its own
+// folder in the build tree, or the library folder of the installed layout.
+std::wstring LibraryFolder();
+
 }  // namespace kvxim
