@@ -11,8 +11,8 @@
 #include "kvx/contracts/RuleIds.h"
 #include "kvx/framework/KvxUnitConvertor.h"
 #include "kvx/framework/KvxUnits.h"
-#include "kvx/res/StringIds.h"
 #include "kvx/platform/Text.h"
+#include "kvx/res/StringIds.h"
 
 namespace kvx::checker {
 
@@ -20,7 +20,6 @@ namespace {
 namespace ids = kvx::rule_ids;
 namespace res = kvx::res;
 using kvx::platform::Narrow;
-
 
 constexpr double kFlatDraft = 89.9;  // faces this close to square to the pull need no draft
 
@@ -78,30 +77,37 @@ class Context {
   const double t;  // mm
 
   static double ToMm(const RuleInput& rule, double value) {
-    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_LENGTH, rule.units.iLengthUnit, KVX_UNIT_MM);
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_LENGTH, rule.units.iLengthUnit,
+                                                             KVX_UNIT_MM);
   }
   static double FromMm(const RuleInput& rule, double value) {
-    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_LENGTH, KVX_UNIT_MM, rule.units.iLengthUnit);
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_LENGTH, KVX_UNIT_MM,
+                                                             rule.units.iLengthUnit);
   }
   static double ToDegrees(const RuleInput& rule, double value) {
-    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_ANGLE, rule.units.iAngleUnit, KVX_ANGLE_DEGREE);
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_ANGLE, rule.units.iAngleUnit,
+                                                             KVX_ANGLE_DEGREE);
   }
   static double FromDegrees(const RuleInput& rule, double value) {
-    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_ANGLE, KVX_ANGLE_DEGREE, rule.units.iAngleUnit);
+    return CKVXUnitConvertor::ConversionFromOneUnitToAnother(value, KVX_QUANTITY_ANGLE, KVX_ANGLE_DEGREE,
+                                                             rule.units.iAngleUnit);
   }
 
   // The limit `id` when the rule has it switched on.
   static const Limit* Active(const RuleInput& rule, long id) {
     const auto found = rule.limits.find(id);
-    return found != rule.limits.end() && found->second.enabled && !found->second.values.empty() ? &found->second : nullptr;
+    return found != rule.limits.end() && found->second.enabled && !found->second.values.empty() ? &found->second
+                                                                                                : nullptr;
   }
 
   // Compares `measured` with the limit; a violation becomes a finding. Both are given in the units shown.
   void Compare(const RuleInput& rule, const Limit& limit, double measured, const std::vector<double>& shownLimit,
                const std::string& unit, const std::string& what, std::vector<int> faces, Vec3 pointMm) {
     if (Satisfies(measured, limit.op, shownLimit)) return;
-    Report(rule, limit.op, measured, limit.op == KVX_OP_RANGE && shownLimit.size() > 1 && measured > shownLimit[1] ? shownLimit[1] : shownLimit[0],
-           unit, what, std::move(faces), pointMm);
+    Report(
+        rule, limit.op, measured,
+        limit.op == KVX_OP_RANGE && shownLimit.size() > 1 && measured > shownLimit[1] ? shownLimit[1] : shownLimit[0],
+        unit, what, std::move(faces), pointMm);
   }
   void Report(const RuleInput& rule, int op, double measured, double shownLimit, const std::string& unit,
               const std::string& what, std::vector<int> faces, Vec3 pointMm) {
@@ -133,18 +139,20 @@ using Evaluator = std::function<Verdict(const RuleInput&, Context&)>;
 
 Verdict CheckDraft(const RuleInput& rule, Context& c) {
   const Limit* minimum = c.Active(rule, res::kDraftPerSideParam);
-  if (c.Active(rule, res::kDraftTexturedParam)) c.NotCheckedLimit(rule, res::kDraftTexturedParam, "textured faces: a STEP file carries no texture");
+  if (c.Active(rule, res::kDraftTexturedParam))
+    c.NotCheckedLimit(rule, res::kDraftTexturedParam, "textured faces: a STEP file carries no texture");
   if (!minimum) return "its draft limit is switched off";
   for (const FaceDraft& draft : c.facts.drafts) {
     if (draft.minDraft >= kFlatDraft) continue;
-    c.Compare(rule, *minimum, c.FromDegrees(rule, draft.minDraft), minimum->values, AngleUnitText(rule.units.iAngleUnit), "face",
-              {draft.face}, draft.point);
+    c.Compare(rule, *minimum, c.FromDegrees(rule, draft.minDraft), minimum->values,
+              AngleUnitText(rule.units.iAngleUnit), "face", {draft.face}, draft.point);
   }
   return {};
 }
 
 Verdict CheckVariableDraft(const RuleInput& rule, Context& c) {
-  const Limit *shallow = c.Active(rule, res::kShallowFaceDraftParam), *depth = c.Active(rule, res::kShallowFaceDepthParam), *deep = c.Active(rule, res::kDeepFaceDraftParam);
+  const Limit *shallow = c.Active(rule, res::kShallowFaceDraftParam),
+              *depth = c.Active(rule, res::kShallowFaceDepthParam), *deep = c.Active(rule, res::kDeepFaceDraftParam);
   if (!depth || (!shallow && !deep)) return "its depth or both draft limits are switched off";
   const double split = c.ToMm(rule, depth->values[0]);
   for (const FaceDraft& draft : c.facts.drafts) {
@@ -159,12 +167,13 @@ Verdict CheckVariableDraft(const RuleInput& rule, Context& c) {
 
 Verdict CheckHoleDepth(const RuleInput& rule, Context& c) {
   if (c.facts.holes.empty()) return "no hole was recognised on the part";
-  const Limit *blind = c.Active(rule, res::kBlindHoleDepthParam), *through = c.Active(rule, res::kThroughHoleDepthParam);
+  const Limit *blind = c.Active(rule, res::kBlindHoleDepthParam),
+              *through = c.Active(rule, res::kThroughHoleDepthParam);
   for (const Hole& hole : c.facts.holes) {
     const Limit* limit = hole.through ? through : blind;
     if (!limit) continue;
-    c.Compare(rule, *limit, hole.depth / hole.diameter, limit->values, "D", hole.through ? "through hole" : "blind hole",
-              hole.faces, hole.entry);
+    c.Compare(rule, *limit, hole.depth / hole.diameter, limit->values, "D",
+              hole.through ? "through hole" : "blind hole", hole.faces, hole.entry);
   }
   return {};
 }
@@ -196,8 +205,8 @@ Verdict CheckWallThickness(const RuleInput& rule, Context& c) {
     const Limit* limit = c.Active(rule, id);
     if (!limit) continue;
     for (const FaceThickness& face : c.facts.thickness.faces)
-      c.Compare(rule, *limit, c.FromMm(rule, face.value), limit->values, unit, id == res::kWallThicknessMinParam ? "thin wall" : "thick wall",
-                {face.face}, face.point);
+      c.Compare(rule, *limit, c.FromMm(rule, face.value), limit->values, unit,
+                id == res::kWallThicknessMinParam ? "thin wall" : "thick wall", {face.face}, face.point);
   }
   return {};
 }
@@ -207,19 +216,21 @@ Verdict CheckUniformThickness(const RuleInput& rule, Context& c) {
   if (!deviation) return "its deviation limit is switched off";
   if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
   for (const FaceThickness& face : c.facts.thickness.faces)
-    c.Compare(rule, *deviation, 100 * std::fabs(face.value - c.t) / c.t, deviation->values, "%", "wall", {face.face}, face.point);
+    c.Compare(rule, *deviation, 100 * std::fabs(face.value - c.t) / c.t, deviation->values, "%", "wall", {face.face},
+              face.point);
   return {};
 }
 
 Verdict CheckThicknessVariation(const RuleInput& rule, Context& c) {
-  const Limit *variation = c.Active(rule, res::kThicknessVariationParam), *transition = c.Active(rule, res::kTransitionLengthParam);
+  const Limit *variation = c.Active(rule, res::kThicknessVariationParam),
+              *transition = c.Active(rule, res::kTransitionLengthParam);
   if (!variation) return "its variation limit is switched off";
   if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
   for (const ThicknessChange& change : c.facts.thickness.changes) {
     // A larger change is accepted when its transition is long enough.
     if (transition && Satisfies(change.length / change.change, transition->op, transition->values)) continue;
-    c.Compare(rule, *variation, 100 * change.change / c.t, variation->values, "%", "thickness change", {change.from, change.to},
-              change.point);
+    c.Compare(rule, *variation, 100 * change.change / c.t, variation->values, "%", "thickness change",
+              {change.from, change.to}, change.point);
   }
   return {};
 }
@@ -230,8 +241,8 @@ Verdict CheckSuddenVariation(const RuleInput& rule, Context& c) {
   if (c.facts.thickness.faces.empty() || c.t <= 0) return "no wall could be measured";
   for (const ThicknessChange& change : c.facts.thickness.changes) {
     if (change.length >= change.change) continue;  // gentler than 45 degrees: not sudden
-    c.Compare(rule, *sudden, 100 * change.change / c.t, sudden->values, "%", "sudden thickness change", {change.from, change.to},
-              change.point);
+    c.Compare(rule, *sudden, 100 * change.change / c.t, sudden->values, "%", "sudden thickness change",
+              {change.from, change.to}, change.point);
   }
   return {};
 }
@@ -244,49 +255,60 @@ Verdict CheckUndercut(const RuleInput& rule, Context& c) {
     const double measured = c.FromMm(rule, undercut.depth);
     // The limit is a reporting threshold: undercuts at least this deep are reported.
     if (depth && !Satisfies(measured, depth->op, depth->values)) continue;
-    c.Report(rule, depth ? depth->op : KVX_OP_GREATER_EQUAL, measured, depth ? depth->values[0] : 0.0, LengthUnitText(rule.units.iLengthUnit),
-             "undercut", undercut.faces, undercut.point);
+    c.Report(rule, depth ? depth->op : KVX_OP_GREATER_EQUAL, measured, depth ? depth->values[0] : 0.0,
+             LengthUnitText(rule.units.iLengthUnit), "undercut", undercut.faces, undercut.point);
   }
   return {};
 }
 
 Verdict CheckCorePin(const RuleInput& rule, Context& c) {
   if (c.facts.holes.empty()) return "no hole (core pin) was recognised on the part";
-  const Limit *diameter = c.Active(rule, res::kCorePinDiameterParam), *slenderness = c.Active(rule, res::kCorePinLengthParam);
+  const Limit *diameter = c.Active(rule, res::kCorePinDiameterParam),
+              *slenderness = c.Active(rule, res::kCorePinLengthParam);
   for (const Hole& hole : c.facts.holes) {
     const std::string what = hole.through ? "core pin (through hole)" : "core pin (blind hole)";
     if (diameter)
-      c.Compare(rule, *diameter, c.FromMm(rule, hole.diameter), diameter->values, LengthUnitText(rule.units.iLengthUnit), what,
-                hole.faces, hole.entry);
+      c.Compare(rule, *diameter, c.FromMm(rule, hole.diameter), diameter->values,
+                LengthUnitText(rule.units.iLengthUnit), what, hole.faces, hole.entry);
     if (slenderness && !hole.through)
       c.Compare(rule, *slenderness, hole.depth / hole.diameter, slenderness->values, "D", what, hole.faces, hole.entry);
   }
   return {};
 }
 
-Verdict NeedBosses(const Context& c) { return c.facts.bosses.empty() ? "no boss was recognised on the part" : Verdict{}; }
+Verdict NeedBosses(const Context& c) {
+  return c.facts.bosses.empty() ? "no boss was recognised on the part" : Verdict{};
+}
 
 Verdict CheckBossDraft(const RuleInput& rule, Context& c) {
   if (auto none = NeedBosses(c); !none.empty()) return none;
   const Limit *inner = c.Active(rule, res::kInnerWallDraftParam), *outer = c.Active(rule, res::kOuterWallDraftParam);
   const std::string unit = AngleUnitText(rule.units.iAngleUnit);
   for (const Boss& boss : c.facts.bosses) {
-    if (outer) c.Compare(rule, *outer, c.FromDegrees(rule, boss.outerDraft), outer->values, unit, "boss outer wall", boss.faces, boss.point);
+    if (outer)
+      c.Compare(rule, *outer, c.FromDegrees(rule, boss.outerDraft), outer->values, unit, "boss outer wall", boss.faces,
+                boss.point);
     if (inner && boss.holeDiameter > 0)
-      c.Compare(rule, *inner, c.FromDegrees(rule, boss.innerDraft), inner->values, unit, "boss inner wall", boss.faces, boss.point);
+      c.Compare(rule, *inner, c.FromDegrees(rule, boss.innerDraft), inner->values, unit, "boss inner wall", boss.faces,
+                boss.point);
   }
   return {};
 }
 
 Verdict CheckBossParameters(const RuleInput& rule, Context& c) {
   if (auto none = NeedBosses(c); !none.empty()) return none;
-  const Limit *ratio = c.Active(rule, res::kBossOuterDiameterParam), *wall = c.Active(rule, res::kBossWallRatioParam), *height = c.Active(rule, res::kBossHeightRatioParam);
+  const Limit *ratio = c.Active(rule, res::kBossOuterDiameterParam), *wall = c.Active(rule, res::kBossWallRatioParam),
+              *height = c.Active(rule, res::kBossHeightRatioParam);
   for (const Boss& boss : c.facts.bosses) {
     if (ratio && boss.holeDiameter > 0)
-      c.Compare(rule, *ratio, boss.outerDiameter / boss.holeDiameter, ratio->values, "d", "boss", boss.faces, boss.point);
+      c.Compare(rule, *ratio, boss.outerDiameter / boss.holeDiameter, ratio->values, "d", "boss", boss.faces,
+                boss.point);
     if (wall && boss.holeDiameter > 0 && c.t > 0)
-      c.Compare(rule, *wall, (boss.outerDiameter - boss.holeDiameter) / 2 / c.t, wall->values, "t", "boss wall", boss.faces, boss.point);
-    if (height) c.Compare(rule, *height, boss.height / boss.outerDiameter, height->values, "OD", "boss height", boss.faces, boss.point);
+      c.Compare(rule, *wall, (boss.outerDiameter - boss.holeDiameter) / 2 / c.t, wall->values, "t", "boss wall",
+                boss.faces, boss.point);
+    if (height)
+      c.Compare(rule, *height, boss.height / boss.outerDiameter, height->values, "OD", "boss height", boss.faces,
+                boss.point);
   }
   return {};
 }
@@ -302,9 +324,10 @@ Verdict EachMeasuredBoss(const RuleInput& rule, Context& c, long limit, bool bas
       compare(boss);
       continue;
     }
-    unmeasured.push_back(fmt::format("the {} blend of the boss at ({:.4g}, {:.4g}, {:.4g}) mm is no torus (a variable "
-                                     "or elliptic blend): its radius is not measured",
-                                     base ? "base" : "tip", boss.point.x, boss.point.y, boss.point.z));
+    unmeasured.push_back(
+        fmt::format("the {} blend of the boss at ({:.4g}, {:.4g}, {:.4g}) mm is no torus (a variable "
+                    "or elliptic blend): its radius is not measured",
+                    base ? "base" : "tip", boss.point.x, boss.point.y, boss.point.z));
   }
   if (!unmeasured.empty() && unmeasured.size() == c.facts.bosses.size()) return unmeasured.front();
   for (const std::string& reason : unmeasured) c.NotCheckedLimit(rule, limit, reason);
@@ -337,29 +360,33 @@ Verdict CheckBossTipRadius(const RuleInput& rule, Context& c) {
 
 Verdict NeedRibs(const Context& c) {
   if (!c.facts.ribs.empty()) return {};
-  return "no rib was recognised on the part (straight ribs with flat sides and a flat or rounded top, standing on a flat wall)";
+  return "no rib was recognised on the part (straight ribs with flat sides and a flat or rounded top, standing on a "
+         "flat wall)";
 }
 Verdict NeedT(const Context& c) { return c.t > 0 ? Verdict{} : "no wall could be measured"; }
 
 Verdict CheckRibParameters(const RuleInput& rule, Context& c) {
   if (auto none = NeedRibs(c); !none.empty()) return none;
   if (auto none = NeedT(c); !none.empty()) return none;
-  const Limit *thickness = c.Active(rule, res::kRibThicknessRatioParam), *height = c.Active(rule, res::kRibHeightRatioParam),
-              *draft = c.Active(rule, res::kRibDraftParam), *spacing = c.Active(rule, res::kRibSpacingRatioParam);
+  const Limit *thickness = c.Active(rule, res::kRibThicknessRatioParam),
+              *height = c.Active(rule, res::kRibHeightRatioParam), *draft = c.Active(rule, res::kRibDraftParam),
+              *spacing = c.Active(rule, res::kRibSpacingRatioParam);
   for (std::size_t i = 0; i < c.facts.ribs.size(); ++i) {
     const Rib& rib = c.facts.ribs[i];
-    if (thickness) c.Compare(rule, *thickness, rib.thickness / c.t, thickness->values, "t", "rib thickness", rib.faces, rib.point);
+    if (thickness)
+      c.Compare(rule, *thickness, rib.thickness / c.t, thickness->values, "t", "rib thickness", rib.faces, rib.point);
     if (height) c.Compare(rule, *height, rib.height / c.t, height->values, "t", "rib height", rib.faces, rib.point);
     if (draft && rib.draft < kFlatDraft)
-      c.Compare(rule, *draft, c.FromDegrees(rule, rib.draft), draft->values, AngleUnitText(rule.units.iAngleUnit), "rib draft",
-                rib.faces, rib.point);
+      c.Compare(rule, *draft, c.FromDegrees(rule, rib.draft), draft->values, AngleUnitText(rule.units.iAngleUnit),
+                "rib draft", rib.faces, rib.point);
     const bool pairSeen = rib.neighbour >= 0 && rib.neighbour < static_cast<int>(i) &&
                           c.facts.ribs[static_cast<std::size_t>(rib.neighbour)].neighbour == static_cast<int>(i);
     if (spacing && rib.neighbour >= 0 && !pairSeen) {
       const Rib& other = c.facts.ribs[static_cast<std::size_t>(rib.neighbour)];
       std::vector<int> faces = rib.faces;
       faces.insert(faces.end(), other.faces.begin(), other.faces.end());
-      c.Compare(rule, *spacing, rib.spacing / c.t, spacing->values, "t", "rib spacing", faces, (rib.point + other.point) * 0.5);
+      c.Compare(rule, *spacing, rib.spacing / c.t, spacing->values, "t", "rib spacing", faces,
+                (rib.point + other.point) * 0.5);
     }
   }
   return {};
@@ -370,8 +397,8 @@ Verdict CheckRibTip(const RuleInput& rule, Context& c) {
   const Limit* tip = c.Active(rule, res::kRibTipThicknessParam);
   if (!tip) return "its limit is switched off";
   for (const Rib& rib : c.facts.ribs)
-    c.Compare(rule, *tip, c.FromMm(rule, rib.tipThickness), tip->values, LengthUnitText(rule.units.iLengthUnit), "rib tip",
-              rib.faces, rib.point);
+    c.Compare(rule, *tip, c.FromMm(rule, rib.tipThickness), tip->values, LengthUnitText(rule.units.iLengthUnit),
+              "rib tip", rib.faces, rib.point);
   return {};
 }
 
@@ -383,8 +410,8 @@ Verdict CheckRibReinforcement(const RuleInput& rule, Context& c) {
     // The rib's cross-section (a trapezium between its foot and its tip) per wall thickness: a length.
     const double section = (rib.thickness + rib.tipThickness) / 2 * rib.height;
     if (area)
-      c.Compare(rule, *area, c.FromMm(rule, section / c.t), area->values, LengthUnitText(rule.units.iLengthUnit), "rib section",
-                rib.faces, rib.point);
+      c.Compare(rule, *area, c.FromMm(rule, section / c.t), area->values, LengthUnitText(rule.units.iLengthUnit),
+                "rib section", rib.faces, rib.point);
     if (height) c.Compare(rule, *height, rib.height / c.t, height->values, "t", "rib height", rib.faces, rib.point);
   }
   return {};
@@ -403,13 +430,14 @@ Verdict CheckRibBaseRadius(const RuleInput& rule, Context& c) {
 }
 
 Verdict CheckCutoutArea(const RuleInput& rule, Context& c) {
-  if (c.facts.cutouts.empty()) return "no cut-out was recognised on the part (openings through a wall other than round holes)";
+  if (c.facts.cutouts.empty())
+    return "no cut-out was recognised on the part (openings through a wall other than round holes)";
   if (auto none = NeedT(c); !none.empty()) return none;
   const Limit* area = c.Active(rule, res::kCutoutAreaParam);
   if (!area) return "its limit is switched off";
   for (const Cutout& cutout : c.facts.cutouts)
-    c.Compare(rule, *area, c.FromMm(rule, cutout.area / c.t), area->values, LengthUnitText(rule.units.iLengthUnit), "cut-out",
-              cutout.faces, cutout.point);
+    c.Compare(rule, *area, c.FromMm(rule, cutout.area / c.t), area->values, LengthUnitText(rule.units.iLengthUnit),
+              "cut-out", cutout.faces, cutout.point);
   return {};
 }
 
@@ -440,7 +468,8 @@ const std::vector<EvaluatorEntry>& Evaluators() {
       {ids::kRibReinforcement, CheckRibReinforcement, nullptr},
       {ids::kRibBaseRadius, CheckRibBaseRadius, nullptr},
       {ids::kMaxCutoutArea, CheckCutoutArea, nullptr},
-      {ids::kUndercutInterference, nullptr, "interference with the mould's side actions needs the mould, which a part does not carry"},
+      {ids::kUndercutInterference, nullptr,
+       "interference with the mould's side actions needs the mould, which a part does not carry"},
   };
   return table;
 }
@@ -452,7 +481,9 @@ void AddTolerances(const RuleInput& rule, const Part& part, const std::string& w
   for (auto it = rule.materials.begin(); it != rule.materials.end(); ++it)
     if (kvx::platform::EqualsNoCase(kvx::platform::Widen(it->first), kvx::platform::Widen(material))) found = it;
   if (found == rule.materials.end()) {
-    report.notChecked.push_back({rule.id, rule.name, rule.displayName, material.empty() ? "no material chosen (--material)" : "the rule has no table for material " + material, 0});
+    report.notChecked.push_back(
+        {rule.id, rule.name, rule.displayName,
+         material.empty() ? "no material chosen (--material)" : "the rule has no table for material " + material, 0});
     return;
   }
   report.toleranceMaterial = found->first;
@@ -467,7 +498,8 @@ void AddTolerances(const RuleInput& rule, const Part& part, const std::string& w
 }
 
 bool AllLimitsOff(const RuleInput& rule) {
-  return !rule.limits.empty() && std::none_of(rule.limits.begin(), rule.limits.end(), [](const auto& l) { return l.second.enabled; });
+  return !rule.limits.empty() &&
+         std::none_of(rule.limits.begin(), rule.limits.end(), [](const auto& l) { return l.second.enabled; });
 }
 
 // The thickness t that ratio limits refer to: the uniform-thickness rule's nominal value when the rule set
@@ -488,7 +520,8 @@ Vec3 ChoosePull(const Part& part, const Budget& budget, std::string& note) {
   std::string tried;
   for (const auto& [name, axis] : axes) {
     const double area = UndercutArea(part, axis, budget);
-    tried += std::string(tried.empty() ? "" : ", ") + name + " " + std::to_string(static_cast<long long>(std::llround(area))) + " mm2";
+    tried += std::string(tried.empty() ? "" : ", ") + name + " " +
+             std::to_string(static_cast<long long>(std::llround(area))) + " mm2";
     if (least < 0 || area < least - 1e-9) {
       least = area;
       best = axis;
@@ -516,8 +549,10 @@ RuleInput DescribeRule(const CKvxRule& rule) {
       for (const auto& parameter : constraint->Parameters()) input.limits[parameter->GetId()] = ReadLimit(*parameter);
       continue;
     }
-    const CKvxParamStorage *over = constraint->FindParameterInArray(res::kToleranceOverParam), *upto = constraint->FindParameterInArray(res::kToleranceUptoParam),
-                           *a = constraint->FindParameterInArray(res::kToleranceAValueParam), *b = constraint->FindParameterInArray(res::kToleranceBValueParam);
+    const CKvxParamStorage *over = constraint->FindParameterInArray(res::kToleranceOverParam),
+                           *upto = constraint->FindParameterInArray(res::kToleranceUptoParam),
+                           *a = constraint->FindParameterInArray(res::kToleranceAValueParam),
+                           *b = constraint->FindParameterInArray(res::kToleranceBValueParam);
     if (!over || !upto || !a || !b) continue;
     const Limit o = ReadLimit(*over), u = ReadLimit(*upto), av = ReadLimit(*a), bv = ReadLimit(*b);
     auto& rows = input.materials[Narrow(constraint->csName)];
@@ -549,7 +584,8 @@ int SeverityFromName(const std::string& name) {
   return -1;
 }
 
-CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, const CheckOptions& options, const Budget& budget) {
+CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, const CheckOptions& options,
+                       const Budget& budget) {
   CheckReport report;
   report.pull = options.pull ? Normalized(*options.pull) : ChoosePull(part, budget, report.pullNote);
   if (options.pull) report.pullNote = "given";
@@ -573,7 +609,8 @@ CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, co
       AddTolerances(rule, part, options.material, report);
       continue;
     }
-    const auto entry = std::find_if(Evaluators().begin(), Evaluators().end(), [&](const auto& e) { return e.ruleId == rule.id; });
+    const auto entry =
+        std::find_if(Evaluators().begin(), Evaluators().end(), [&](const auto& e) { return e.ruleId == rule.id; });
     if (entry == Evaluators().end()) {
       report.notChecked.push_back({rule.id, rule.name, rule.displayName, "no evaluator for this rule", 0});
       continue;
@@ -594,8 +631,8 @@ CheckReport CheckRules(const Part& part, const std::vector<RuleInput>& rules, co
 
 namespace {
 template <typename Read>
-PartCheck ReadAndCheck(const std::vector<RuleInput>& rules, const CheckOptions& options, std::chrono::milliseconds allowance,
-                       Read read) {
+PartCheck ReadAndCheck(const std::vector<RuleInput>& rules, const CheckOptions& options,
+                       std::chrono::milliseconds allowance, Read read) {
   const Budget budget(allowance);
   PartCheck result;
   result.read = read(budget);
