@@ -180,7 +180,7 @@ std::optional<std::wstring> ReadSharedString(Cursor& in) {
 // A 30-bit number in four bytes: an integer or the high bits of a double, optionally hundredths.
 double RkNumber(std::uint32_t rk) {
   const double number = (rk & 0x02) != 0 ? static_cast<double>(static_cast<std::int32_t>(rk) >> 2)
-                                          : std::bit_cast<double>(std::uint64_t{rk & 0xFFFFFFFCu} << 32);
+                                         : std::bit_cast<double>(std::uint64_t{rk & 0xFFFFFFFCu} << 32);
   return (rk & 0x01) != 0 ? number / 100 : number;
 }
 
@@ -321,9 +321,35 @@ struct BiffSheet::Impl {
   void AddText(std::uint16_t row, std::uint16_t column, std::wstring text) {
     if (Wanted(column)) Add(row, column, CellType::Text, 0.0, cells.AddText(std::move(text)));
   }
-  void AddNumber(std::uint16_t row, std::uint16_t column, std::uint16_t format, double number,
-                 const Globals& globals) {
+  void AddNumber(std::uint16_t row, std::uint16_t column, std::uint16_t format, double number, const Globals& globals) {
     Add(row, column, globals.IsDate(format) ? CellType::Date : CellType::Double, number);
+  }
+
+  // A MULRK record: row, first column, then a cell format and a number per cell, then the last column.
+  void AddMulRk(std::string_view data, std::uint16_t row, std::uint16_t column, const Globals& globals) {
+    Cursor cells(data.substr(4));
+    const std::size_t count = (data.size() - 6) / 6;
+    for (std::size_t i = 0; i < count && column + i < kMaxColumn; ++i) {
+      const std::uint16_t cellFormat = cells.U16();
+      const std::uint32_t rk = cells.U32();
+      AddNumber(row, static_cast<std::uint16_t>(column + i), cellFormat, RkNumber(rk), globals);
+    }
+  }
+  // A formula's cached result: a double, or a marker in the top two bytes and its kind in the first. True
+  // when the result is a text, which comes in the record that follows.
+  bool AddFormulaResult(std::uint64_t result, std::uint16_t row, std::uint16_t column, std::uint16_t format,
+                        const Globals& globals) {
+    if ((result >> 48) != 0xFFFF) {
+      AddNumber(row, column, format, std::bit_cast<double>(result), globals);
+      return false;
+    }
+    switch (result & 0xFF) {
+      case 0: return true;
+      case 1: Add(row, column, CellType::Bool, ((result >> 16) & 0xFF) != 0 ? 1.0 : 0.0); break;
+      case 3: AddText(row, column, std::wstring()); break;
+      default: Add(row, column, CellType::Error); break;
+    }
+    return false;
   }
 
   bool ReadSheet(std::string_view stream, std::uint32_t offset, const Globals& globals);
@@ -363,17 +389,7 @@ bool BiffSheet::Impl::ReadSheet(std::string_view stream, std::uint32_t offset, c
       case kRk:
         if (const std::uint32_t rk = in.U32(); in.ok()) AddNumber(row, column, format, RkNumber(rk), globals);
         break;
-      case kMulRk: {
-        // Row, first column, then a cell format and a number per cell, then the last column.
-        Cursor cells(record.data.substr(4));
-        const std::size_t count = (record.data.size() - 6) / 6;
-        for (std::size_t i = 0; i < count && column + i < kMaxColumn; ++i) {
-          const std::uint16_t cellFormat = cells.U16();
-          const std::uint32_t rk = cells.U32();
-          AddNumber(row, static_cast<std::uint16_t>(column + i), cellFormat, RkNumber(rk), globals);
-        }
-        break;
-      }
+      case kMulRk: AddMulRk(record.data, row, column, globals); break;
       case kLabel:
       case kRichLabel: {
         if (!Wanted(column)) break;
@@ -386,8 +402,10 @@ bool BiffSheet::Impl::ReadSheet(std::string_view stream, std::uint32_t offset, c
       case kLabelSst:
         if (const std::uint32_t index = in.U32(); in.ok()) {
           // A text the table does not hold is an error value to the sheet.
-          if (index < sharedCount) Add(row, column, CellType::Text, 0.0, index + 1);
-          else Add(row, column, CellType::Error);
+          if (index < sharedCount)
+            Add(row, column, CellType::Text, 0.0, index + 1);
+          else
+            Add(row, column, CellType::Error);
         }
         break;
       case kBoolErr: {
@@ -396,23 +414,12 @@ bool BiffSheet::Impl::ReadSheet(std::string_view stream, std::uint32_t offset, c
         if (in.ok()) Add(row, column, isError ? CellType::Error : CellType::Bool, value != 0 ? 1.0 : 0.0);
         break;
       }
-      case kFormula: {
-        // The cached result: a double, or a marker in the top two bytes and its kind in the first.
-        const std::uint64_t result = in.U64();
-        if (!in.ok()) break;
-        pendingText.reset();
-        if ((result >> 48) != 0xFFFF) {
-          AddNumber(row, column, format, std::bit_cast<double>(result), globals);
-          break;
-        }
-        switch (result & 0xFF) {
-          case 0: pendingText.emplace(row, column); break;  // a text, in the record that follows
-          case 1: Add(row, column, CellType::Bool, ((result >> 16) & 0xFF) != 0 ? 1.0 : 0.0); break;
-          case 3: AddText(row, column, std::wstring()); break;
-          default: Add(row, column, CellType::Error); break;
+      case kFormula:
+        if (const std::uint64_t result = in.U64(); in.ok()) {
+          pendingText.reset();
+          if (AddFormulaResult(result, row, column, format, globals)) pendingText.emplace(row, column);
         }
         break;
-      }
       default: break;
     }
   }
