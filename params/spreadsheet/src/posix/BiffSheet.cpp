@@ -325,6 +325,17 @@ struct BiffSheet::Impl {
     Add(row, column, globals.IsDate(format) ? CellType::Date : CellType::Double, number);
   }
 
+  // A LABEL record's text, after its row, column and format.
+  void AddLabel(std::vector<std::string_view> pieces, std::uint16_t row, std::uint16_t column) {
+    pieces.front().remove_prefix(6);
+    Cursor text(std::move(pieces));
+    if (auto value = ReadString(text)) AddText(row, column, std::move(*value));
+  }
+  // A cell holding shared text `index`; one the table does not hold is an error value to the sheet.
+  void AddSharedText(std::uint32_t index, std::uint16_t row, std::uint16_t column) {
+    if (index >= sharedCount) return Add(row, column, CellType::Error);
+    Add(row, column, CellType::Text, 0.0, index + 1);
+  }
   // A MULRK record: row, first column, then a cell format and a number per cell, then the last column.
   void AddMulRk(std::string_view data, std::uint16_t row, std::uint16_t column, const Globals& globals) {
     Cursor cells(data.substr(4));
@@ -391,22 +402,11 @@ bool BiffSheet::Impl::ReadSheet(std::string_view stream, std::uint32_t offset, c
         break;
       case kMulRk: AddMulRk(record.data, row, column, globals); break;
       case kLabel:
-      case kRichLabel: {
-        if (!Wanted(column)) break;
-        std::vector<std::string_view> pieces = records.WithContinuations(record.data);
-        pieces.front().remove_prefix(6);
-        Cursor text(std::move(pieces));
-        if (auto value = ReadString(text)) AddText(row, column, std::move(*value));
+      case kRichLabel:
+        if (Wanted(column)) AddLabel(records.WithContinuations(record.data), row, column);
         break;
-      }
       case kLabelSst:
-        if (const std::uint32_t index = in.U32(); in.ok()) {
-          // A text the table does not hold is an error value to the sheet.
-          if (index < sharedCount)
-            Add(row, column, CellType::Text, 0.0, index + 1);
-          else
-            Add(row, column, CellType::Error);
-        }
+        if (const std::uint32_t index = in.U32(); in.ok()) AddSharedText(index, row, column);
         break;
       case kBoolErr: {
         const std::uint8_t value = in.U8();
